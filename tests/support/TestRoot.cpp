@@ -1,0 +1,82 @@
+// Temporary roots and stdout capture for the test programs.
+#include "support/TestRoot.h"
+
+#include "platform/KVRoot.h"
+#include "platform/PlatformClock.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace kvtest {
+
+TestRoot::TestRoot(double scale)
+    : m_strOldRoot(kvroot::root()), m_dOldScale(PlatformClock::timeScale()) {
+    std::string tmpl = (fs::temp_directory_path() / "kvroot-XXXXXX").string();
+    if (mkdtemp(tmpl.data()) == nullptr)
+        throw std::runtime_error("mkdtemp failed");
+    m_strDir = tmpl;
+    kvroot::setRoot(m_strDir);
+    PlatformClock::setTimeScale(scale);
+}
+
+TestRoot::~TestRoot() {
+    kvroot::setRoot(m_strOldRoot);
+    PlatformClock::setTimeScale(m_dOldScale);
+    PlatformClock::resetTimeOfDay();
+    std::error_code ec;
+    fs::remove_all(m_strDir, ec);
+}
+
+void TestRoot::writeFile(const std::string& devicePath, const std::string& content) const {
+    const fs::path p = path(devicePath);
+    fs::create_directories(p.parent_path());
+    std::ofstream out(p, std::ios::binary | std::ios::trunc);
+    out << content;
+}
+
+std::string TestRoot::readFile(const std::string& devicePath) const {
+    std::ifstream in(path(devicePath), std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+bool TestRoot::exists(const std::string& devicePath) const { return fs::exists(path(devicePath)); }
+
+StdoutCapture::StdoutCapture() {
+    std::fflush(stdout);
+    char tmpl[] = "/tmp/kvstdout-XXXXXX";
+    const int fd = mkstemp(tmpl);
+    if (fd < 0)
+        throw std::runtime_error("mkstemp failed");
+    m_strFile = tmpl;
+    m_nSavedFd = dup(STDOUT_FILENO);
+    dup2(fd, STDOUT_FILENO);
+    close(fd);
+}
+
+StdoutCapture::~StdoutCapture() { text(); }
+
+std::string StdoutCapture::text() {
+    if (m_nSavedFd >= 0) {
+        std::fflush(stdout);
+        dup2(m_nSavedFd, STDOUT_FILENO);
+        close(m_nSavedFd);
+        m_nSavedFd = -1;
+        std::ifstream in(m_strFile, std::ios::binary);
+        std::ostringstream s;
+        s << in.rdbuf();
+        m_strText = s.str();
+        std::remove(m_strFile.c_str());
+    }
+    return m_strText;
+}
+
+} // namespace kvtest

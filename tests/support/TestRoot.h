@@ -1,0 +1,48 @@
+// Test fixture support: a fresh filesystem root and a fast platform clock.
+#pragma once
+
+#include <string>
+
+namespace kvtest {
+
+// Creates a temporary directory, makes it the platform root and scales the
+// clock (1 device second = `scale` real seconds). Restores both on destruction
+// and removes the directory.
+class TestRoot {
+public:
+    explicit TestRoot(double scale = 0.001);
+    ~TestRoot();
+    TestRoot(const TestRoot&) = delete;
+    TestRoot& operator=(const TestRoot&) = delete;
+
+    const std::string& dir() const { return m_strDir; }
+    // Host path of a device path: dir() + devicePath.
+    std::string path(const std::string& devicePath) const { return m_strDir + devicePath; }
+
+    // Writes a file at a device path, creating its folders.
+    void writeFile(const std::string& devicePath, const std::string& content) const;
+    // Reads a file at a device path ("" if it is missing).
+    std::string readFile(const std::string& devicePath) const;
+    bool exists(const std::string& devicePath) const;
+
+private:
+    std::string m_strDir;
+    std::string m_strOldRoot;
+    double m_dOldScale;
+};
+
+// Captures what the code under test prints on standard output.
+class StdoutCapture {
+public:
+    StdoutCapture();
+    ~StdoutCapture();
+    // Ends the capture (if still running) and returns what was printed.
+    std::string text();
+
+private:
+    int m_nSavedFd = -1;
+    std::string m_strFile;
+    std::string m_strText;
+};
+
+} // namespace kvtest
