@@ -8,4 +8,6 @@ KVRuntimeError::KVRuntimeError(char const* const& message)
 
 KVRuntimeError::~KVRuntimeError() = default;
 
-const char* KVRuntimeError::what() const noexcept { return m_strMessage.c_str(); }
+const char* KVRuntimeError::what() const noexcept {
+    return m_strMessage.c_str();
+}

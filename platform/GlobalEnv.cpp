@@ -14,6 +14,10 @@ GlobalEnv* GlobalEnv::getInstance() {
     return &instance;
 }
 
-int GlobalEnv::getPrintFlag() const { return m_nPrintFlag.load(); }
+int GlobalEnv::getPrintFlag() const {
+    return m_nPrintFlag.load();
+}
 
-void GlobalEnv::setPrintFlag(int flag) { m_nPrintFlag.store(flag); }
+void GlobalEnv::setPrintFlag(int flag) {
+    m_nPrintFlag.store(flag);
+}

@@ -36,8 +36,7 @@ double systemLocalSeconds() {
     const std::time_t t = system_clock::to_time_t(now);
     std::tm local{};
     localtime_r(&t, &local);
-    const double frac =
-        duration<double>(now.time_since_epoch()).count() - static_cast<double>(t);
+    const double frac = duration<double>(now.time_since_epoch()).count() - static_cast<double>(t);
     return static_cast<double>(t) + static_cast<double>(local.tm_gmtoff) + frac;
 }
 
@@ -134,8 +133,12 @@ bool StopToken::waitFor(std::chrono::nanoseconds real) {
     return !m_cond.wait_for(lock, real, [this] { return m_bStopped; });
 }
 
-void setCurrentStopToken(StopToken* token) { t_token = token; }
+void setCurrentStopToken(StopToken* token) {
+    t_token = token;
+}
 
-StopToken* currentStopToken() { return t_token; }
+StopToken* currentStopToken() {
+    return t_token;
+}
 
 } // namespace PlatformClock

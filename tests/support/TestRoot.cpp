@@ -48,7 +48,9 @@ std::string TestRoot::readFile(const std::string& devicePath) const {
     return s.str();
 }
 
-bool TestRoot::exists(const std::string& devicePath) const { return fs::exists(path(devicePath)); }
+bool TestRoot::exists(const std::string& devicePath) const {
+    return fs::exists(path(devicePath));
+}
 
 StdoutCapture::StdoutCapture() {
     std::fflush(stdout);
@@ -62,7 +64,9 @@ StdoutCapture::StdoutCapture() {
     close(fd);
 }
 
-StdoutCapture::~StdoutCapture() { text(); }
+StdoutCapture::~StdoutCapture() {
+    text();
+}
 
 std::string StdoutCapture::text() {
     if (m_nSavedFd >= 0) {
