@@ -1,0 +1,135 @@
+// Simulated image adapter behind the ISP driver calls.
+#include "platform/kvia.h"
+
+#include <map>
+#include <mutex>
+
+namespace {
+
+struct Adapter {
+    std::mutex mutex;
+    std::map<int, std::vector<int32_t>> values;
+    std::map<int, int> failures;
+    std::vector<KviaSimulator::Write> log;
+    int preinitError = 0;
+    int preinitCount = 0;
+};
+
+Adapter& adapter() {
+    static Adapter a;
+    return a;
+}
+
+bool validCode(int code) {
+    return code >= 0 && code <= KVIA_MAX_CODE;
+}
+
+} // namespace
+
+int kvia_ioctrl(int code, int direction, void* value) {
+    if (value == nullptr || (direction != KVIA_DIR_READ && direction != KVIA_DIR_WRITE))
+        return KVIA_ERR_ARGUMENT;
+    if (!validCode(code))
+        return KVIA_ERR_CODE;
+    Adapter& a = adapter();
+    std::lock_guard<std::mutex> lock(a.mutex);
+    const auto failure = a.failures.find(code);
+    if (failure != a.failures.end())
+        return failure->second;
+    const size_t count = static_cast<size_t>(KviaSimulator::wordCount(code));
+    auto* words = static_cast<int32_t*>(value);
+    std::vector<int32_t>& stored = a.values[code];
+    stored.resize(count, 0);
+    if (direction == KVIA_DIR_WRITE) {
+        stored.assign(words, words + count);
+        a.log.push_back({code, stored[0], stored});
+    } else {
+        for (size_t i = 0; i < count; ++i)
+            words[i] = stored[i];
+    }
+    return KVIA_OK;
+}
+
+int kvia_preinit() {
+    Adapter& a = adapter();
+    std::lock_guard<std::mutex> lock(a.mutex);
+    ++a.preinitCount;
+    return a.preinitError;
+}
+
+void KviaSimulator::failCode(int code, int errcode) {
+    Adapter& a = adapter();
+    std::lock_guard<std::mutex> lock(a.mutex);
+    if (errcode == 0)
+        a.failures.erase(code);
+    else
+        a.failures[code] = errcode;
+}
+
+void KviaSimulator::clearFailures() {
+    Adapter& a = adapter();
+    std::lock_guard<std::mutex> lock(a.mutex);
+    a.failures.clear();
+}
+
+void KviaSimulator::failPreinit(int errcode) {
+    Adapter& a = adapter();
+    std::lock_guard<std::mutex> lock(a.mutex);
+    a.preinitError = errcode;
+}
+
+int KviaSimulator::preinitCount() {
+    Adapter& a = adapter();
+    std::lock_guard<std::mutex> lock(a.mutex);
+    return a.preinitCount;
+}
+
+std::vector<KviaSimulator::Write> KviaSimulator::writeLog() {
+    Adapter& a = adapter();
+    std::lock_guard<std::mutex> lock(a.mutex);
+    return a.log;
+}
+
+void KviaSimulator::clearWriteLog() {
+    Adapter& a = adapter();
+    std::lock_guard<std::mutex> lock(a.mutex);
+    a.log.clear();
+}
+
+void KviaSimulator::setValue(int code, int32_t value) {
+    if (!validCode(code))
+        return;
+    Adapter& a = adapter();
+    std::lock_guard<std::mutex> lock(a.mutex);
+    std::vector<int32_t>& stored = a.values[code];
+    stored.assign(static_cast<size_t>(wordCount(code)), 0);
+    stored[0] = value;
+}
+
+int32_t KviaSimulator::value(int code) {
+    const std::vector<int32_t> w = words(code);
+    return w.empty() ? 0 : w[0];
+}
+
+std::vector<int32_t> KviaSimulator::words(int code) {
+    Adapter& a = adapter();
+    std::lock_guard<std::mutex> lock(a.mutex);
+    const auto it = a.values.find(code);
+    if (it == a.values.end())
+        return std::vector<int32_t>(static_cast<size_t>(wordCount(code)), 0);
+    return it->second;
+}
+
+void KviaSimulator::reset() {
+    Adapter& a = adapter();
+    std::lock_guard<std::mutex> lock(a.mutex);
+    a.values.clear();
+    a.failures.clear();
+    a.log.clear();
+    a.preinitError = 0;
+    a.preinitCount = 0;
+}
+
+int KviaSimulator::wordCount(int code) {
+    return code == KVIA_CODE_GPIO_OUTPUT ? 3 : 1;
+}
