@@ -17,9 +17,10 @@ public:
 
 // Shares one object between owners. The count record comes from the
 // process-wide RefCountManager; the pointer that drops the last reference
-// destroys the object. A SafePointer is never built null: building or copying
-// from null, copying from a destroyed pointer and dereferencing null each print
-// a "SafePointer Report:" line and throw KVRuntimeError. One SafePointer
+// destroys the object. A SafePointer is never built from a null raw pointer:
+// building or copying from null, copying from a destroyed or empty pointer and
+// dereferencing null each print a "SafePointer Report:" line and throw
+// KVRuntimeError. One SafePointer
 // variable must not be assigned on one thread while another thread reads it;
 // copies on different threads are safe. The two fields are atomics so that a
 // copy racing the last release of its source is well defined: it either takes
@@ -27,6 +28,11 @@ public:
 template <class T>
 class SafePointer : public BaseSafePointer {
 public:
+    // An empty pointer, for members that are given their object later by
+    // assignment (a manager before init, a controller before setOperator).
+    // Using or copying it reports like a destroyed pointer.
+    SafePointer() : m_pObject(nullptr), m_pRefCount(nullptr) {}
+
     explicit SafePointer(T* object) : m_pObject(object), m_pRefCount(nullptr) {
         if (object == nullptr)
             ThrowNullPointerException("Construct from NULL original pointer");

@@ -11,7 +11,7 @@
 namespace {
 
 int fail(const std::string& path, const std::string& reason) {
-    std::printf("XmlConfigureTool: %s: %s\n", path.c_str(), reason.c_str());
+    std::fprintf(stderr, "XmlConfigureTool: %s: %s\n", path.c_str(), reason.c_str());
     return 0;
 }
 

@@ -1,10 +1,5 @@
 // Whole-file reads and crash-safe whole-file replacement of device files.
 
-// 64-bit file offsets on 32-bit targets too (getLength reports 64-bit sizes).
-#ifndef _FILE_OFFSET_BITS
-#define _FILE_OFFSET_BITS 64
-#endif
-
 #include "platform/KVFile.h"
 
 #include "platform/KVRoot.h"

@@ -10,7 +10,7 @@
 namespace {
 
 int fail(const std::string& origin, const std::string& reason) {
-    std::printf("ModuleConfigureParser: %s: %s\n", origin.c_str(), reason.c_str());
+    std::fprintf(stderr, "ModuleConfigureParser: %s: %s\n", origin.c_str(), reason.c_str());
     return 0;
 }
 

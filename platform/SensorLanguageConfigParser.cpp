@@ -11,7 +11,7 @@
 namespace {
 
 int fail(const std::string& origin, const std::string& reason) {
-    std::printf("SensorLanguageConfigParser: %s: %s\n", origin.c_str(), reason.c_str());
+    std::fprintf(stderr, "SensorLanguageConfigParser: %s: %s\n", origin.c_str(), reason.c_str());
     return 0;
 }
 

@@ -146,7 +146,7 @@ int statusOf(int status) {
 }
 
 int refuse(const char* command) {
-    std::printf("sy_system: refused command (%s)\n", command != nullptr ? command : "");
+    std::fprintf(stderr, "sy_system: refused command (%s)\n", command != nullptr ? command : "");
     std::fflush(stdout);
     return -1;
 }
@@ -213,7 +213,7 @@ int sy_system(const char* command, int timeoutSeconds) {
     int status = 0;
     while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
-    std::printf("sy_system: command timed out (%s)\n", command);
+    std::fprintf(stderr, "sy_system: command timed out (%s)\n", command);
     std::fflush(stdout);
     return -1;
 }

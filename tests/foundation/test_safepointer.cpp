@@ -67,6 +67,13 @@ TEST_F(SafePointerTest, ReportsForDestroyedSourceAndNullUse) {
     // The failed assignment released nothing.
     EXPECT_EQ(other->value, 2);
     EXPECT_EQ(g_destroyed, 1);
+
+    // An empty pointer (a member not given its object yet) reports alike.
+    SafePointer<Tracked> empty;
+    EXPECT_EQ(expectReport([&] { (void)empty->value; }).first, prefix + "Use NULL pointer ->");
+    EXPECT_EQ(expectReport([&] { other = empty; }).first, prefix + "Assigned NULL <T>pointer");
+    empty = other;
+    EXPECT_EQ(empty->value, 2);
 }
 
 TEST_F(SafePointerTest, LastOfManyCopiesDestroysOnceAndReturnsRecord) {

@@ -52,16 +52,17 @@ bool TestRoot::exists(const std::string& devicePath) const {
     return fs::exists(path(devicePath));
 }
 
-StdoutCapture::StdoutCapture() {
+StdoutCapture::StdoutCapture(int fd) : m_nFd(fd) {
     std::fflush(stdout);
+    std::fflush(stderr);
     char tmpl[] = "/tmp/kvstdout-XXXXXX";
-    const int fd = mkstemp(tmpl);
-    if (fd < 0)
+    const int tmp = mkstemp(tmpl);
+    if (tmp < 0)
         throw std::runtime_error("mkstemp failed");
     m_strFile = tmpl;
-    m_nSavedFd = dup(STDOUT_FILENO);
-    dup2(fd, STDOUT_FILENO);
-    close(fd);
+    m_nSavedFd = dup(m_nFd);
+    dup2(tmp, m_nFd);
+    close(tmp);
 }
 
 StdoutCapture::~StdoutCapture() {
@@ -71,7 +72,8 @@ StdoutCapture::~StdoutCapture() {
 std::string StdoutCapture::text() {
     if (m_nSavedFd >= 0) {
         std::fflush(stdout);
-        dup2(m_nSavedFd, STDOUT_FILENO);
+        std::fflush(stderr);
+        dup2(m_nSavedFd, m_nFd);
         close(m_nSavedFd);
         m_nSavedFd = -1;
         std::ifstream in(m_strFile, std::ios::binary);

@@ -31,15 +31,17 @@ private:
     double m_dOldScale;
 };
 
-// Captures what the code under test prints on standard output.
+// Captures what the code under test prints on standard output (or, given
+// STDERR_FILENO, on standard error: where platform diagnostics go).
 class StdoutCapture {
 public:
-    StdoutCapture();
+    explicit StdoutCapture(int fd = 1);
     ~StdoutCapture();
     // Ends the capture (if still running) and returns what was printed.
     std::string text();
 
 private:
+    int m_nFd;
     int m_nSavedFd = -1;
     std::string m_strFile;
     std::string m_strText;
