@@ -1,0 +1,40 @@
+// Chooses and builds the controller for a camera-module id.
+#include "controller/SenseControllerFactory.h"
+
+#include "controller/NullSenseController.h"
+#include "platform/GlobalEnv.h"
+
+#include <cstdio>
+
+namespace {
+
+// One module id the factory knows. `build` is null while the id's driver is
+// not part of the library; such an id falls back to the null controller.
+// `announcement` is printed (when the print flag is on) as the driver is built.
+struct DriverEntry {
+    int moduleId;
+    ISensorController* (*build)();
+    const char* announcement;
+};
+
+// Plain new stands in for the device's tracking allocator: the object goes
+// straight into a SafePointer, which owns and deletes it.
+const DriverEntry kDrivers[] = {
+    {25, nullptr, nullptr},                          // CMD8300SenseController
+    {80, nullptr, nullptr},                          // AmbaS2SenseController
+    {82, nullptr, "new AmbaS2_Dome AmbaS2FBS8300!"}, // AmbaS2FBS8300SenseController
+    {83, nullptr, "new AmbaS2_Dome CMD7400!"},       // CMD7400SenseController
+};
+
+} // namespace
+
+SafePointer<ISensorController> SenseControllerFactory::create(int moduleId) {
+    for (const DriverEntry& entry : kDrivers) {
+        if (entry.moduleId != moduleId || entry.build == nullptr)
+            continue;
+        if (entry.announcement != nullptr && GlobalEnv::getInstance()->getPrintFlag() != 0)
+            std::puts(entry.announcement);
+        return SafePointer<ISensorController>(entry.build());
+    }
+    return SafePointer<ISensorController>(new NullSenseController());
+}
