@@ -1,0 +1,79 @@
+// One VISCA serial link: command, inquiry, echo-checked and plain sends, frame helpers.
+#pragma once
+
+#include "foundation/SafePointer.h"
+#include "platform/IUARTController.h"
+#include "platform/KVMutex.h"
+
+class ISensorController;
+
+// Every VISCA-speaking driver (block cameras at address 1: commands begin 0x81,
+// replies 0x90, every message ends 0xFF) talks to its module through this one
+// class, so the retry, drain and logging rules are written once. The transport
+// holds references to the driver's own UART pointer, port handle and
+// controller lock, so a port opened or replaced by the driver later is seen
+// here at once; the driver owns all of them and outlives the transport.
+//
+// Each exchange runs under the controller lock and is tried at most three
+// times, with the serial input drained after a failed attempt. Every read is
+// bounded: receive time-outs count tenths of a second (the UART's unit) and
+// the reply reader gives up after a fixed number of bytes. Failures are
+// logged through the controller's error log with the frames as hex dumps; the
+// `name` arguments put the calling operation's name into those lines.
+class ViscaTransport {
+public:
+    // Size of the reply reader's scratch buffer: no VISCA reply is longer.
+    static constexpr int kMaxReply = 100;
+    static constexpr int kAttempts = 3;
+    // Receive time-outs (tenths of a second) of the acknowledge/inquiry reads
+    // and of the echo read.
+    static constexpr int kReplyTimeout = 2;
+    static constexpr int kEchoTimeout = 5;
+
+    ViscaTransport(SafePointer<IUARTController>& uart, int& port, KVMutex& lock,
+                   ISensorController& log);
+    ViscaTransport(const ViscaTransport&) = delete;
+    ViscaTransport& operator=(const ViscaTransport&) = delete;
+
+    // Reads one reply: skips bytes until a 0x90, then collects up to and
+    // including the closing 0xFF. Each byte is read with `timeout`. Returns the
+    // reply's length (copied to buf), or -1 when nothing came or the reply is
+    // longer than maxLen.
+    int getRealData(char* buf, int maxLen, int timeout);
+    // Like getRealData, but skips completion messages (90 51 FF, 90 52 FF).
+    int recvData(char* buf, int len, int timeout);
+
+    // Sends a command and waits for its acknowledge (90 41 FF or 90 42 FF).
+    // 1 on success, 0 after three failed attempts.
+    int command(const char* frame, int len, const char* name = "setParameterValue");
+    // Sends an inquiry and copies a reply of exactly replyLen bytes to reply.
+    int inquiry(const char* frame, int len, char* reply, int replyLen,
+                const char* name = "getParameterValue");
+    // Sends a frame the module echoes byte for byte. A wrong echo on the first
+    // or second attempt is only logged (the frame counts as delivered); only a
+    // missing/short echo is retried, and only a wrong third echo fails.
+    int sendWithEcho(const char* frame, int len, const char* name = "KVSendParam");
+    // Sends without waiting for an answer; returns the count sent (-1: error).
+    int sendPlain(const char* frame, int len);
+
+    // Vendor frame FE b1 b2 b3 b4 checksum FF; checksum = low byte of the sum.
+    static void vendorFrame(char out[7], int b1, int b2, int b3, int b4);
+    // The low byte of value as two bytes: high nibble, low nibble.
+    static void nibbles(int value, char out[2]);
+    // A 16-bit position as four bytes 0p 0q 0r 0s, high nibble first.
+    static void encodePosition(int value, char out[4]);
+    // p*4096 + q*256 + r*16 + s from four bytes 0p 0q 0r 0s.
+    static int decodePosition(const char in[4]);
+
+private:
+    void drain();
+    void logSendFailure(const char* name, int attempt, int sent, const char* frame, int len);
+    void logRecvFailure(const char* name, int attempt, const char* frame, int len,
+                        const char* reply, int got);
+
+    SafePointer<IUARTController>& m_uart;
+    int& m_nPort;
+    KVMutex& m_lock;
+    ISensorController& m_log;
+    char m_szRecv[kMaxReply];
+};

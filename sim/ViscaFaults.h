@@ -1,0 +1,42 @@
+// Fault switches of the simulated VISCA module: how it misbehaves, and for how long.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+// Each switch is off, on for the next N frames it applies to, or on for good.
+// A frame that a switch applies to uses up one of its count; frames it does
+// not apply to (an echo frame for the error reply, say) leave it alone.
+// Not thread-safe: the simulator guards it with its own lock.
+class ViscaFaults {
+public:
+    static constexpr int kForever = -1;
+
+    enum Kind {
+        Silence,         // the module neither acts on a frame nor answers it
+        Late,            // answers come lateSeconds device seconds late
+        ErrorReply,      // commands and inquiries get 90 6y 0z FF and are not executed
+        CompletionFirst, // a command's completion comes before its acknowledge
+        WrongEcho,       // an echo frame comes back with one byte changed
+        CutShort,        // only the first cutBytes bytes of an answer are sent
+        Garbage,         // garbage bytes go out before the answer
+        KindCount
+    };
+
+    // frames: how many frames (kForever: until cleared; 0 switches it off).
+    void set(Kind kind, int frames);
+    // True when the switch is on for this frame; uses up one of its count.
+    bool take(Kind kind);
+    bool active(Kind kind) const;
+    void clear();
+
+    double lateSeconds = 0.0;
+    int errorSocket = 0;
+    int errorCode = 2;
+    int cutBytes = 0;
+    std::vector<uint8_t> garbage;
+
+private:
+    std::array<int, KindCount> m_remaining{};
+};

@@ -1,0 +1,124 @@
+// Simulated FBS8300 VISCA block camera answering on a pseudo-terminal.
+#pragma once
+
+#include "sim/PtyEndpoint.h"
+#include "sim/ViscaFaults.h"
+#include "sim/ViscaRegisters.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+// The virtual zoom-block module used by the tests, the demo and the control
+// tool's simulation mode. A client opens slavePath() as its serial port. The
+// module acknowledges commands (90 41 FF or 90 42 FF, alternately) and
+// completes them (90 51/52 FF), answers inquiries from its registers
+// (90 50 data FF), answers the vendor version frame, goes silent for its
+// restart time after the vendor restart frame, and echoes mask frames
+// (A1 .. FF). Its serial speed is an index register that takes effect at a
+// restart; while the client's line speed differs from it the module neither
+// understands nor answers. Every frame received is recorded, and fault
+// switches make it misbehave in the ways a real module on a noisy line does.
+// Times are device seconds of the platform clock, so scaled tests stay fast.
+class ViscaSimulator {
+public:
+    using Bytes = std::vector<uint8_t>;
+    static constexpr int kForever = ViscaFaults::kForever;
+
+    struct Options {
+        int baudIndex = 0;            // 0 = 9600, 1 = 19200, 2 = 38400, 3 = 115200
+        int videoFormat = 6;          // value of register 24 72
+        double restartSeconds = 20.0; // silence after a restart frame
+        bool pacing = false;          // send answers at the module's speed
+    };
+
+    ViscaSimulator();
+    explicit ViscaSimulator(const Options& options);
+    ~ViscaSimulator();
+    ViscaSimulator(const ViscaSimulator&) = delete;
+    ViscaSimulator& operator=(const ViscaSimulator&) = delete;
+
+    // False when the pseudo-terminal or the thread could not be made.
+    bool isRunning() const { return m_bRunning; }
+    std::string slavePath() const { return m_pty.slavePath(); }
+
+    // Every complete frame received, oldest first.
+    std::vector<Bytes> frames() const;
+    void clearFrames();
+    // Waits (real time, bounded) until at least n frames were recorded.
+    bool waitForFrames(size_t n, double realSeconds) const;
+
+    // Registers (key as in ViscaRegisters, e.g. {0x04, 0xA1}).
+    Bytes registerValue(const Bytes& key) const;
+    void setRegisterValue(const Bytes& key, const Bytes& data);
+    int zoomPosition() const;
+    void setZoomPosition(int position);
+    int focusPosition() const;
+    void setFocusPosition(int position);
+    int videoFormat() const;
+
+    // Serial speed: the active index, and the client's line speed (learnt
+    // from the pty unless a test fixes it; 0 = learn again).
+    int moduleBaudIndex() const;
+    void setModuleBaudIndex(int index);
+    int lineBaud() const;
+    void setHostBaud(int baud);
+    static int baudOfIndex(int index);
+
+    bool isRestarting() const;
+    int restartCount() const;
+    void setVersion(int major, int minor, int patch);
+    void setPacing(bool on);
+
+    // Fault switches; frames = how many frames, kForever = until cleared.
+    void setSilence(int frames = kForever);
+    void setLateAnswer(double deviceSeconds, int frames = kForever);
+    void setErrorReply(int socket, int code, int frames = kForever);
+    void setCompletionFirst(int frames = kForever);
+    void setWrongEcho(int frames = kForever);
+    void setCutShort(int bytes, int frames = kForever);
+    void setGarbage(const Bytes& bytes, int frames = kForever);
+    void clearFaults();
+
+private:
+    struct Chunk {
+        double due; // device monotonic seconds
+        Bytes bytes;
+    };
+
+    void run();
+    void feed(uint8_t byte, double now);
+    void handleFrame(const Bytes& frame, double now);
+    void handleVisca(const Bytes& frame, double now);
+    void handleVendor(const Bytes& frame, double now);
+    void handleEcho(const Bytes& frame, double now);
+    void answer(Bytes bytes, double now);
+    bool lineMatches() const;
+    void checkRestart(double now);
+    std::vector<Bytes> takeDue(double now);
+
+    PtyEndpoint m_pty;
+    mutable std::mutex m_mutex;
+    mutable std::condition_variable m_cond;
+    ViscaRegisters m_registers;
+    ViscaFaults m_faults;
+    std::vector<Bytes> m_vecFrames;
+    std::deque<Chunk> m_queue;
+    Bytes m_partial;
+    double m_dPartialAt = 0.0;
+    double m_dRestartSeconds;
+    double m_dRestartUntil = -1.0;
+    int m_nRestarts = 0;
+    int m_nHostBaud = 0;
+    int m_nSocket = 1;
+    uint8_t m_version[3] = {1, 2, 3};
+    bool m_bPacing;
+    std::atomic<bool> m_bStop{false};
+    bool m_bRunning = false;
+    std::thread m_thread;
+};
