@@ -314,15 +314,14 @@ int ISensorController::clearUartBuffer() {
 }
 
 void ISensorController::recodeArray(char const* data, int length) {
-    // 32 bytes a line keeps each line within the log's entry size.
-    for (int start = 0; data != nullptr && start < length; start += 32) {
-        char line[kErrorLogBufSize];
-        int used = 0;
-        for (int i = start; i < length && i < start + 32; ++i)
-            used += std::snprintf(line + used, sizeof line - static_cast<std::size_t>(used),
-                                  "%02X ", static_cast<unsigned char>(data[i]));
-        ErrorPrintf("%s", line);
-    }
+    // On the console only: a module that stops answering makes a dump per
+    // attempt, and in the size-limited error log they would push out the
+    // lines that say what went wrong first.
+    if (data == nullptr || length <= 0)
+        return;
+    for (int i = 0; i < length; ++i)
+        std::printf("%02X ", static_cast<unsigned char>(data[i]));
+    std::printf("\n");
 }
 
 // ---- worker thread ----------------------------------------------------------------

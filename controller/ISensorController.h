@@ -214,7 +214,7 @@ public:
     int checkUARTRecv(char const* expected, int expectedLength, char const* received,
                       int receivedLength);
     int clearUartBuffer();
-    // Prints the bytes in hexadecimal, on standard output and in the error log.
+    // Prints the bytes in hexadecimal on standard output, one line.
     void recodeArray(char const* data, int length);
 
     // The worker thread's one pass: schemes, driver hook, day/night, 1 s wait.

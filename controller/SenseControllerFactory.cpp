@@ -2,11 +2,17 @@
 #include "controller/SenseControllerFactory.h"
 
 #include "controller/NullSenseController.h"
+#include "drivers/platform/AmbaS2FBS8300SenseController.h"
 #include "platform/GlobalEnv.h"
 
 #include <cstdio>
 
 namespace {
+
+template <class Driver>
+ISensorController* build() {
+    return new Driver();
+}
 
 // One module id the factory knows. `build` is null while the id's driver is
 // not part of the library; such an id falls back to the null controller.
@@ -20,10 +26,10 @@ struct DriverEntry {
 // Plain new stands in for the device's tracking allocator: the object goes
 // straight into a SafePointer, which owns and deletes it.
 const DriverEntry kDrivers[] = {
-    {25, nullptr, nullptr},                          // CMD8300SenseController
-    {80, nullptr, nullptr},                          // AmbaS2SenseController
-    {82, nullptr, "new AmbaS2_Dome AmbaS2FBS8300!"}, // AmbaS2FBS8300SenseController
-    {83, nullptr, "new AmbaS2_Dome CMD7400!"},       // CMD7400SenseController
+    {25, nullptr, nullptr}, // CMD8300SenseController
+    {80, nullptr, nullptr}, // AmbaS2SenseController
+    {82, &build<AmbaS2FBS8300SenseController>, "new AmbaS2_Dome AmbaS2FBS8300!"},
+    {83, nullptr, "new AmbaS2_Dome CMD7400!"}, // CMD7400SenseController
 };
 
 } // namespace

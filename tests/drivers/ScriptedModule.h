@@ -1,20 +1,18 @@
 // Test support: a scripted serial module on the master side of a pseudo-terminal.
 #pragma once
 
-#include "controller/ISensorController.h"
 #include "drivers/platform/IDMX420ZoomSensorController.h"
 #include "platform/TermiosUARTController.h"
+#include "support/TestRoot.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
 #include <string>
 #include <thread>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 namespace kvtest {
@@ -31,7 +29,7 @@ public:
         bool echo = false;
     };
 
-    ScriptedModule() : m_nMaster(posix_openpt(O_RDWR | O_NOCTTY)) {
+    ScriptedModule() {
         char name[128];
         if (m_nMaster >= 0 && grantpt(m_nMaster) == 0 && unlockpt(m_nMaster) == 0 &&
             ptsname_r(m_nMaster, name, sizeof name) == 0)
@@ -41,9 +39,6 @@ public:
         finish();
         ::close(m_nMaster);
     }
-    ScriptedModule(const ScriptedModule&) = delete;
-    ScriptedModule& operator=(const ScriptedModule&) = delete;
-
     const std::string& slave() const { return m_strSlave; }
 
     void play(std::vector<Step> steps) {
@@ -57,21 +52,17 @@ public:
             }
         });
     }
-
     // Waits for the script to end; returns every byte it read.
     std::string finish() {
         if (m_thread.joinable())
             m_thread.join();
         return m_strReceived;
     }
-
     // Bytes that arrive within `withinMs` after the script (should be none).
     std::string readMore(int withinMs = 30) { return read(1000, withinMs); }
-
     void write(const std::string& bytes) {
-        if (!bytes.empty()) {
-            EXPECT_EQ(::write(m_nMaster, bytes.data(), bytes.size()), ssize_t(bytes.size()));
-        }
+        const ssize_t wrote = bytes.empty() ? 0 : ::write(m_nMaster, bytes.data(), bytes.size());
+        EXPECT_EQ(wrote, ssize_t(bytes.size()));
     }
 
 private:
@@ -88,7 +79,7 @@ private:
         return out;
     }
 
-    int m_nMaster;
+    int m_nMaster = posix_openpt(O_RDWR | O_NOCTTY);
     std::string m_strSlave;
     std::string m_strReceived;
     std::thread m_thread;
@@ -110,8 +101,15 @@ public:
     using IDMX420ZoomSensorController::visca;
     using ISensorController::m_bisInited;
     using ISensorController::m_mutex;
-    using ISensorController::m_pUART;
 };
+
+// What was printed, without the blank lines an empty byte dump may leave.
+inline std::string printed(StdoutCapture& out) {
+    std::string text = out.text();
+    for (auto at = text.find("\n\n"); at != std::string::npos; at = text.find("\n\n"))
+        text.erase(at, 1);
+    return text;
+}
 
 inline std::string bytes(std::initializer_list<int> values) {
     std::string out;

@@ -1,0 +1,144 @@
+// FBS8300 controller: day/night, IR LEDs and light sensor.
+#include "drivers/platform/AmbaS2FBS8300SenseController.h"
+
+namespace {
+const char* const kFile = "AmbaS2FBS8300DayNight.cpp";
+} // namespace
+
+// The host numbers this module's day/night modes 1 (automatic), 3 (day),
+// 4 (night) and 5 (by time); the base's state machine knows them as 0..3.
+int AmbaS2FBS8300SenseController::setDayNightMode(int mode) {
+    int baseMode = 0;
+    switch (mode) {
+    case 1:
+        baseMode = 0;
+        initAutoDNStatus();
+        break;
+    case 3:
+        baseMode = 1;
+        if (turnPictureToDay() == 0)
+            return 0;
+        m_objIr.setLightSensorState(1);
+        break;
+    case 4:
+        baseMode = 2;
+        if (turnPictureToNight() == 0)
+            return 0;
+        m_objIr.setLightSensorState(0);
+        break;
+    case 5:
+        baseMode = 3;
+        break;
+    default:
+        ErrorPrintf("setDayNightMode(%d) out of range", mode);
+        return 0;
+    }
+    KVMutexLocker lock(m_DNMutex, kFile, __LINE__);
+    m_nModuleDayNightMode = mode;
+    // Stores the base mode and restarts the switch delay.
+    return ISensorController::setDayNightMode(baseMode);
+}
+
+int AmbaS2FBS8300SenseController::initAutoDNStatus() {
+    int status = -1;
+    if (getDNStatusFromLDR(status) == 0) {
+        ErrorPrintf("getDNStatusFromLDR() error\n");
+        return 0;
+    }
+    if (status != 0 && status != 1) {
+        ErrorPrintf("getDNStatusFromLDR(%d) out of range", status);
+        return 0;
+    }
+    if (status == 1)
+        enterDayMode();
+    else
+        enterNightMode();
+    KVMutexLocker lock(m_DNMutex, kFile, __LINE__);
+    m_nDNState = status;
+    return 1;
+}
+
+// Night: colour off and IR-cut filter out on the module, LEDs on, night DC.
+int AmbaS2FBS8300SenseController::turnPictureToNight() {
+    if (sendCommand({0x04, 0x51, 0x03}) == 0 || sendCommand({0x04, 0x01, 0x02}) == 0)
+        return 0;
+    if (!m_objIr.isPWMEnabled())
+        m_objIr.onNight();
+    // No DC text configured: the module keeps its current DC setting.
+    if (!m_strDCNight.empty() && sendDCFrame(m_strDCNight) == 0)
+        return 0;
+    return 1;
+}
+
+// Day: filter in, LEDs off, day DC.
+int AmbaS2FBS8300SenseController::turnPictureToDay() {
+    if (sendCommand({0x04, 0x51, 0x03}) == 0 || sendCommand({0x04, 0x01, 0x03}) == 0)
+        return 0;
+    if (m_objIr.isPWMEnabled())
+        m_objIr.onDay();
+    if (!m_strDCDay.empty() && sendDCFrame(m_strDCDay) == 0)
+        return 0;
+    return 1;
+}
+
+int AmbaS2FBS8300SenseController::getDNStatusFromLDR(int& status) {
+    int current = -1;
+    getDayNightState(current);
+    return m_objIr.getDNStatusFromLDR(status, current);
+}
+
+// The module does not report day or night; the light sensor does.
+int AmbaS2FBS8300SenseController::getDNStatusFromSensor(int& status) {
+    status = 0;
+    return 1;
+}
+
+int AmbaS2FBS8300SenseController::getDayNightState(int& state) {
+    KVMutexLocker lock(m_DNMutex, kFile, __LINE__);
+    state = m_nDNState;
+    return 1;
+}
+
+int AmbaS2FBS8300SenseController::getADCVal(int& value) {
+    return m_objIr.getADCVal(value);
+}
+
+int AmbaS2FBS8300SenseController::setNearLight(int power) {
+    return m_objIr.setNearLight(power);
+}
+
+int AmbaS2FBS8300SenseController::getNearLight(int& power) {
+    return m_objIr.getNearLight(power);
+}
+
+int AmbaS2FBS8300SenseController::setMiddleLight(int power) {
+    return m_objIr.setMiddleLight(power);
+}
+
+int AmbaS2FBS8300SenseController::getMiddleLight(int& power) {
+    return m_objIr.getMiddleLight(power);
+}
+
+int AmbaS2FBS8300SenseController::setFarLight(int power) {
+    return m_objIr.setFarLight(power);
+}
+
+int AmbaS2FBS8300SenseController::getFarLight(int& power) {
+    return m_objIr.getFarLight(power);
+}
+
+int AmbaS2FBS8300SenseController::setPowerMode(int mode) {
+    return m_objIr.setPowerMode(mode);
+}
+
+int AmbaS2FBS8300SenseController::getPowerMode(int& mode) {
+    return m_objIr.getPowerMode(mode);
+}
+
+int AmbaS2FBS8300SenseController::initIRPowerParamV2Config() {
+    return m_objIr.loadIRPowerTable() == 0 ? 1 : 0;
+}
+
+int AmbaS2FBS8300SenseController::IrLedContrlThreadBody() {
+    return m_objIr.irLedPass();
+}

@@ -1,0 +1,435 @@
+// FBS8300 controller: start-up, module control, 2A link.
+#include "drivers/platform/AmbaS2FBS8300SenseController.h"
+
+#include "platform/KovantTime.h"
+#include "platform/ModuleParameterParser.h"
+#include "platform/kvia.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+namespace AmbaS2FBS8300_TOOL {
+const char* const NearLight_Dev = "/dev/pwm1";
+const char* const MidLight_Dev = "/dev/pwm2";
+const char* const FarLight_Dev = "/dev/pwm4";
+const char* const ZMA_PARAM_CONFIG_FILE_NAME = "/hd1/program/config/ZMAParam.txt";
+const char* const IR_POWER_CONFIG_FILE_NAME = "/hd1/program/config/IRPowerConfigure.xml";
+
+void printArray(char* data, int length) {
+    for (int i = 0; data != nullptr && i < length; ++i)
+        std::printf("%02x ", static_cast<unsigned>(static_cast<uint8_t>(data[i])));
+    std::printf("\n");
+}
+
+void printIntArray(int* data, int length) {
+    for (int i = 0; data != nullptr && i < length; ++i)
+        std::printf("%d ", data[i]);
+    std::printf("\n");
+}
+} // namespace AmbaS2FBS8300_TOOL
+
+namespace {
+
+// The module's serial-speed register holds an index into this table.
+const int kBaudRates[] = {9600, 19200, 38400, 115200};
+constexpr int kBaudCount = 4;
+
+// kvia codes of the 2A library: the AE mode link and the module's gain.
+constexpr int kKvia2AMode = 49;
+constexpr int kKviaGain = 35;
+
+ZoomIrIllumination::Config irConfig() {
+    ZoomIrIllumination::Config config;
+    config.family = ZoomIrIllumination::Family::FBS8300;
+    config.driverName = "AmbaS2FBS8300SenseController";
+    config.nearLightDev = AmbaS2FBS8300_TOOL::NearLight_Dev;
+    config.midLightDev = AmbaS2FBS8300_TOOL::MidLight_Dev;
+    config.farLightDev = AmbaS2FBS8300_TOOL::FarLight_Dev;
+    config.adcDev = "/dev/adc";
+    config.irPowerFile = AmbaS2FBS8300_TOOL::IR_POWER_CONFIG_FILE_NAME;
+    return config;
+}
+
+int baudIndex(int baud) {
+    for (int i = 0; i < kBaudCount; ++i)
+        if (kBaudRates[i] == baud)
+            return i;
+    return -1;
+}
+
+int byteAt(const char* data, int index) {
+    return static_cast<uint8_t>(data[index]);
+}
+
+// 90 51 FF or 90 52 FF: a command finished.
+bool isCompletion(const char* data) {
+    return byteAt(data, 0) == 0x90 && (byteAt(data, 1) & 0xF0) == 0x50 && byteAt(data, 2) == 0xFF;
+}
+
+} // namespace
+
+AmbaS2FBS8300SenseController::AmbaS2FBS8300SenseController()
+    : IDMX420ZoomSensorController(kSensorType), m_objIr(*this, irConfig()),
+      m_pObjIrLedContrlThread(makeMemberThread<AmbaS2FBS8300SenseController>(
+          this, &AmbaS2FBS8300SenseController::IrLedContrlThreadBody, "IrContrlThread")) {
+    m_pIdManager->addParameterId(IdManager::Common, 1, 27);
+    m_pIdManager->addParameterId(IdManager::SetOnly, 28);
+    m_pIdManager->addParameterId(IdManager::Common, 29, 32);
+    m_pIdManager->addParameterId(IdManager::Common, 57, 68);
+}
+
+// Both threads call back into this object: they stop before any member goes.
+AmbaS2FBS8300SenseController::~AmbaS2FBS8300SenseController() {
+    if (m_pObjIrLedContrlThread.get() != nullptr)
+        m_pObjIrLedContrlThread->stop();
+    if (m_DNChangeThread)
+        m_DNChangeThread->stop();
+}
+
+// ---- start-up ------------------------------------------------------------------
+
+int AmbaS2FBS8300SenseController::initController(int, ModuleConfigure const& config) {
+    const std::string detailText = config.getDetail();
+    const std::string paramText = config.getParameters();
+    std::printf("__AmbaS2FBSSenseController::init,ModuleConfigure is(%s,%s)\n", detailText.c_str(),
+                paramText.c_str());
+
+    ModuleParameterParser detail;
+    if (detail.parse(detailText) == 0) {
+        ErrorPrintf("parse detail failed");
+        return 0;
+    }
+    std::string device;
+    if (detail.getValue("RS485", device) == 0) {
+        ErrorPrintf("get RS232DeviceName from detail failed");
+        return 0;
+    }
+    // The module description keys are optional: a missing one keeps the default.
+    int value = 0;
+    if (detail.getValue("isInfrared", value) == 0)
+        ErrorPrintf("get isInfrared from detail failed");
+    else
+        m_nIsInfrared = value == 1 ? 1 : 0;
+    if (detail.getValue("isNewInfrared", value) == 0)
+        ErrorPrintf("get isNewInfrared from detail failed");
+    else
+        m_bIsNewInfrared = value != 0;
+    if (detail.getValue("generation", value) == 0)
+        ErrorPrintf("get generation from detail failed");
+    else
+        m_nGeneration = value;
+    // With the light sensor fitted, automatic day/night reads it (source 2);
+    // otherwise the module's own report is used.
+    {
+        KVMutexLocker lock(m_DNMutex, "AmbaS2FBS8300SenseController.cpp", __LINE__);
+        m_bIRBoard = m_nIsInfrared == 1;
+        m_nDNSource = m_bIRBoard ? 2 : 0;
+    }
+
+    ModuleParameterParser params;
+    if (params.parse(paramText) == 0) {
+        ErrorPrintf("parse senseParameter failed");
+        return 0;
+    }
+    std::string serial;
+    if (params.getValue("RS485", serial) == 0) {
+        ErrorPrintf("get RS232Parameter from senseParameter failed");
+        return 0;
+    }
+    int baud = 0, dataBits = 0, parity = 0, stopBits = 0;
+    const int count =
+        std::sscanf(serial.c_str(), "%d,%d,%d,%d", &baud, &dataBits, &parity, &stopBits);
+    if (count < 4) {
+        ErrorPrintf("parse RS485 param failed,nRet=%d", count);
+        return 0;
+    }
+    m_nBaudarate = baud;
+    m_nDataBits = dataBits;
+    m_nParity = parity;
+    m_nStopBits = stopBits;
+
+    if (m_pUART.get() == nullptr || (m_nUARTPort = m_pUART->open(device.c_str())) < 0) {
+        ErrorPrintf("open uart (%s) failed", device.c_str());
+        return 0;
+    }
+    if (m_pUART->setParameter(m_nUARTPort, m_nBaudarate, m_nDataBits, m_nStopBits, m_nParity) ==
+        0) {
+        ErrorPrintf("m_pUART->setParameter(m_nUARTIndex,m_nBaudarate,m_nDataBits,m_nStopBits,m_"
+                    "nParity) failed\n");
+        return 0;
+    }
+
+    if (changeCameraBuadrate(m_nBaudarate) == 0)
+        ErrorPrintf("changeCameraBuadrate(%d)failed\n", m_nBaudarate);
+    clearUartBuffer();
+
+    // LEDs: opened and switched off; the thread sets their power at night.
+    if (m_objIr.initPWM() == 0) {
+        ErrorPrintf("initPWM() failed");
+        return 0;
+    }
+    m_objIr.closePWM();
+    if (initIRPowerParamV2Config() == 0)
+        ErrorPrintf("AmbaS2FBS8300SenseController::initController------"
+                    "initIRPowerParamV2Config---failed--\n");
+    if (!m_pObjIrLedContrlThread->isRunning() && m_pObjIrLedContrlThread->start() == 0)
+        ErrorPrintf("m_pObjIrLedContrlThread->start() failed");
+
+    // Without the magnification table the camera still works; only the IR
+    // power cannot follow the zoom (the IR thread logs that at night).
+    switch (m_objIr.loadZMA(AmbaS2FBS8300_TOOL::ZMA_PARAM_CONFIG_FILE_NAME)) {
+    case ZoomIrIllumination::ZmaResult::Loaded:
+        break;
+    case ZoomIrIllumination::ZmaResult::PathFailed:
+        ErrorPrintf("objZMAFileToArray.setFilePath(AmbaS2FBS8300_TOOL::ZMA_PARAM_CONFIG_FILE_"
+                    "NAME) failed\n");
+        break;
+    default:
+        ErrorPrintf("objZMAFileToArray.get(m_objZMAParam;) failed\n");
+        break;
+    }
+
+    if (setCameraOsdOff() == 0)
+        ErrorPrintf("setCameraOsdOff() failed\n");
+    else if (sendCommand({0x04, 0xA7, 0x00, 0x01, 0x03, 0x00}) == 0)
+        ErrorPrintf("DCDay/DCNight on Failed.");
+
+    if (params.getValue("DCDay", m_strDCDay) == 0)
+        ErrorPrintf("get DCDay from senseParameter failed");
+    if (params.getValue("DCNight", m_strDCNight) == 0)
+        ErrorPrintf("get DCNight from senseParameter failed");
+    int toDay = 0, toNight = 0;
+    m_objIr.getThresholds(toDay, toNight);
+    if (params.getValue("toDayADCVal", toDay) == 0)
+        ErrorPrintf("get toDayADCVal from senseParameter failed");
+    if (params.getValue("toNightADCVal", toNight) == 0)
+        ErrorPrintf("get toNightADCVal from senseParameter failed");
+    m_objIr.setThresholds(toDay, toNight);
+    int delay = 0;
+    if (params.getValue("toDayDelay", delay) == 0)
+        ErrorPrintf("get toDayDelay from senseParameter failed");
+    else
+        setDNSwitchDelay(delay);
+
+    std::string version;
+    if (getCameraVerInf(version) != 0)
+        std::printf("The camera version is %s\n", version.c_str());
+    return 1;
+}
+
+// ---- module control ------------------------------------------------------------
+
+int AmbaS2FBS8300SenseController::restartCamera() {
+    char frame[7];
+    ViscaTransport::vendorFrame(frame, 0x05, 0x03, 0x01, 0x01);
+    if (m_pUART.get() == nullptr || visca().sendPlain(frame, 7) != 7) {
+        KovantTime::wait(KovantTime(1, 0));
+        return 0;
+    }
+    std::puts("Restarting sensor");
+    // The module hears nothing while it restarts.
+    KovantTime::wait(KovantTime(20, 0));
+    clearUartBuffer();
+    return 1;
+}
+
+int AmbaS2FBS8300SenseController::getCameraVerInf(std::string& version) {
+    if (m_pUART.get() == nullptr)
+        return 0;
+    char frame[7];
+    ViscaTransport::vendorFrame(frame, 0x06, 0x01, 0x01, 0x01);
+    // The completion of the last command may still be on its way; it is not
+    // part of the version answer.
+    clearUartBuffer();
+    if (visca().sendPlain(frame, 7) != 7) {
+        ErrorPrintf("getCameraVerInf send error\n");
+        return 0;
+    }
+    char reply[9] = {};
+    int got = m_pUART->recv(m_nUARTPort, reply, 9, 1);
+    if (got == 9 && isCompletion(reply)) {
+        std::memmove(reply, reply + 3, 6);
+        got = 6 + std::max(0, m_pUART->recv(m_nUARTPort, reply + 6, 3, 1));
+    }
+    if (got != 9) {
+        ErrorPrintf("getCameraVerInf recv error\n");
+        return 0;
+    }
+    if (byteAt(reply, 0) != 0xFE || byteAt(reply, 8) != 0xFF) {
+        ErrorPrintf("getCameraVerInf szRecvBuf error\n");
+        return 0;
+    }
+    // The whole sum is compared: a module whose bytes add past 255 is refused.
+    int sum = 0;
+    for (int i = 1; i <= 6; ++i)
+        sum += byteAt(reply, i);
+    if (sum != byteAt(reply, 7)) {
+        ErrorPrintf("getCameraVerInf return CS error\n");
+        return 0;
+    }
+    char text[16];
+    std::snprintf(text, sizeof(text), "%d.%d.%d", byteAt(reply, 4), byteAt(reply, 5),
+                  byteAt(reply, 6));
+    version = text;
+    return 1;
+}
+
+int AmbaS2FBS8300SenseController::getCameraBaudRate(int& index) {
+    const char frame[] = {'\x81', '\x09', '\x04', '\x24', '\x24', '\xFF'};
+    char reply[5] = {};
+    if (getParameterValue(frame, 6, reply, 5) == 0)
+        return 0;
+    if (byteAt(reply, 0) != 0x90 || byteAt(reply, 4) != 0xFF) {
+        ErrorPrintf("getCameraBaudRate szRecvBuf error\n");
+        return 0;
+    }
+    index = byteAt(reply, 3);
+    return 1;
+}
+
+int AmbaS2FBS8300SenseController::setCameraBuadRate(int index) {
+    if (index < 0 || index > 3) {
+        ErrorPrintf("setCameraBuadRate(%d) is out of range", index);
+        return 0;
+    }
+    return sendCommand({0x04, 0x24, 0x24, 0x00, index});
+}
+
+// The module keeps its speed across power cycles, so it may run at any of
+// the four; each is tried until the module answers, then it is told the
+// wanted speed and restarted, and the port returns to the configured speed.
+int AmbaS2FBS8300SenseController::changeCameraBuadrate(int baud) {
+    const int target = baudIndex(baud);
+    if (target < 0) {
+        ErrorPrintf("p_nBuadrate out of range, p_nBuadrate = %d\n", baud);
+        return 0;
+    }
+    if (m_pUART.get() == nullptr)
+        return 0;
+    int index = -1;
+    if (getCameraBaudRate(index) != 0 && index == target)
+        return 1;
+
+    bool changed = false;
+    for (int i = 0; i < kBaudCount && !changed; ++i) {
+        if (m_pUART->setParameter(m_nUARTPort, kBaudRates[i], m_nDataBits, m_nStopBits,
+                                  m_nParity) == 0)
+            break;
+        index = -1;
+        if (getCameraBaudRate(index) == 0 || index != i)
+            continue;
+        changed = setCameraBuadRate(target) != 0 && restartCamera() != 0;
+    }
+    if (m_pUART->setParameter(m_nUARTPort, m_nBaudarate, m_nDataBits, m_nStopBits, m_nParity) ==
+        0) {
+        ErrorPrintf("m_pUART->setParameter(m_nUARTIndex,m_nBaudarate,m_nDataBits,m_nStopBits,m_"
+                    "nParity) failed\n");
+        return 0;
+    }
+    return changed ? 1 : 0;
+}
+
+int AmbaS2FBS8300SenseController::setSensorVideoSystem(int videoSystem, VideoResolution const&) {
+    KovantTime::wait(KovantTime(0, 100000));
+    const char frame[] = {'\x81', '\x09', '\x04', '\x24', '\x72', '\xFF'};
+    char reply[5] = {};
+    if (getParameterValue(frame, 6, reply, 5) == 0) {
+        ErrorPrintf("get sensor video system failed");
+        return 0;
+    }
+    const int value = videoSystem == 0 ? 6 : (videoSystem == 1 ? 8 : 0);
+    if (byteAt(reply, 3) == value) {
+        std::puts("Video system not change!");
+        return 1;
+    }
+    std::printf("set video system,nValue=%d,szRecv[3]=%d\n", value, byteAt(reply, 3));
+    if (sendCommand({0x04, 0x24, 0x72, 0x00, value}) == 0)
+        return 0;
+    // The new format takes effect at the module's restart.
+    return restartCamera();
+}
+
+int AmbaS2FBS8300SenseController::setCameraOsdOff() {
+    return sendCommand({0x04, 0x15, 0x03});
+}
+
+// ---- 2A link ---------------------------------------------------------------------
+
+int AmbaS2FBS8300SenseController::set2AParam(int status) {
+    int value = status == 1 ? 1 : 2;
+    return kvia_ioctrl(kKvia2AMode, 1, &value) == 0 ? 1 : 0;
+}
+
+// Hands the module's gain to the 2A library. Always reports 0: the caller
+// runs it every pass and has nothing to do with the outcome.
+int AmbaS2FBS8300SenseController::setCameraGainTo2ALib() {
+    const char frame[] = {'\x81', '\x09', '\x04', '\x4C', '\xFF'};
+    char reply[7] = {};
+    if (getParameterValue(frame, 5, reply, 7) != 0) {
+        int gain = byteAt(reply, 5);
+        kvia_ioctrl(kKviaGain, 1, &gain);
+    } else {
+        ErrorPrintf("setCameraGainTo2ALib failed");
+        KovantTime::wait(KovantTime(3, 0));
+        if (m_pUART.get() != nullptr)
+            clearUartBuffer();
+    }
+    return 0;
+}
+
+int AmbaS2FBS8300SenseController::doDependOnThread() {
+    return setCameraGainTo2ALib();
+}
+
+int AmbaS2FBS8300SenseController::enterAutoMode() {
+    std::puts("enter auto mode");
+    return 1;
+}
+
+// ---- VISCA exchanges -----------------------------------------------------------
+
+// The module is reachable only once init has opened the port.
+int AmbaS2FBS8300SenseController::setParameterValue(const char* frame, int length) {
+    if (m_pUART.get() == nullptr)
+        return 0;
+    return visca().command(frame, length, "setParameterValue");
+}
+
+int AmbaS2FBS8300SenseController::getParameterValue(const char* frame, int length, char* reply,
+                                                    int replyLength) {
+    if (m_pUART.get() == nullptr)
+        return 0;
+    return visca().inquiry(frame, length, reply, replyLength, "getParameterValue");
+}
+
+int AmbaS2FBS8300SenseController::recvData(char* buffer, int length, int timeout) {
+    if (m_pUART.get() == nullptr)
+        return -1;
+    return visca().recvData(buffer, length, timeout);
+}
+
+int AmbaS2FBS8300SenseController::getRealData(char* buffer, int maxLength, int timeout) {
+    if (m_pUART.get() == nullptr)
+        return -1;
+    return visca().getRealData(buffer, maxLength, timeout);
+}
+
+int AmbaS2FBS8300SenseController::sendCommand(std::initializer_list<int> bytes) {
+    std::vector<char> frame = {'\x81', '\x01'};
+    for (int value : bytes)
+        frame.push_back(static_cast<char>(value & 0xFF));
+    frame.push_back('\xFF');
+    return setParameterValue(frame.data(), static_cast<int>(frame.size()));
+}
+
+int AmbaS2FBS8300SenseController::sendDCFrame(const std::string& dc) {
+    int a = 0, b = 0;
+    if (std::sscanf(dc.c_str(), "%d,%d", &a, &b) != 2) {
+        ErrorPrintf("DC value (%s) is not \"%%d,%%d\"", dc.c_str());
+        return 0;
+    }
+    return sendCommand({0x04, 0xA7, 0x00, a, b, 0x00});
+}

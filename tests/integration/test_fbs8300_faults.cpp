@@ -1,0 +1,106 @@
+// FBS8300 dome end to end on a faulty line: silent, erroring or garbling module.
+// labels: threaded
+#include "support/controller/Fbs8300Rig.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+
+namespace {
+
+const std::string kScheme1 = "/mnt/mtd/code/config_file/sensor1.cfg";
+
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+double realSeconds(std::chrono::steady_clock::time_point since) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
+}
+
+// One failing saturation set on a running dome: bounded, logged, nothing lost.
+void expectRefusedSet(kvtest::Fbs8300Dome& dome, ISensorController& c, const char* fault) {
+    SCOPED_TRACE(fault);
+    std::string before;
+    ASSERT_EQ(c.getParameters("1", before), 1);
+    ASSERT_EQ(before, "(1,70)");
+    const std::size_t logged = dome.logs().size();
+    dome.sim.clearFrames();
+
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(c.setParameters("(1,60)"), 0);
+    EXPECT_LT(realSeconds(start), 1.0) << "three bounded attempts at scale 0.01";
+
+    const auto sent = dome.commands(true);
+    EXPECT_EQ(std::count(sent.begin(), sent.end(), "81 01 04 A1 00 00 00 09 FF"), 3) << "attempts";
+    const std::string all = dome.logs();
+    const std::string log = all.size() >= logged ? all.substr(logged) : all; // rotated
+    EXPECT_TRUE(contains(log, "(3 times)")) << log;
+    EXPECT_TRUE(contains(log, "setSaturation error,value is 60")) << log;
+    EXPECT_TRUE(contains(log, "setParameter (1,60) failed")) << log;
+
+    std::string after;
+    EXPECT_EQ(c.getParameters("1", after), 1);
+    EXPECT_EQ(after, before) << "last-applied value kept";
+    EXPECT_EQ(c.flush(), 1);
+    EXPECT_TRUE(contains(dome.root.readFile(kScheme1), before)) << "scheme file keeps it";
+}
+
+TEST(Fbs8300Faults, FailingSetsAreBoundedLoggedAndLoseNothing) {
+    kvtest::Fbs8300Dome dome;
+    // Scheme 1 in force all day, saturation 70 saved: flush writes sensor1.cfg.
+    const std::string window = "(500,1)(501,0)(502,0)(503,24)(504,0)(10000,999)(10001,999)";
+    dome.root.writeFile("/mnt/mtd/code/config_file/sensor_Factory.cfg", window);
+    dome.root.writeFile(kScheme1, "(1,70)" + window);
+    SafePointer<ISensorController> c = dome.init();
+    ASSERT_EQ(c->getSensorType(), 82);
+    ASSERT_EQ(c->getSensorStatus(), ISensorController::InitSuccess);
+
+    dome.sim.setSilence();
+    expectRefusedSet(dome, *c, "silent");
+    EXPECT_TRUE(contains(dome.logs(), "===recv(1 times) @setParameterValue failed,send:"));
+
+    dome.sim.clearFaults();
+    dome.sim.setErrorReply(0, 2); // 90 60 02 FF
+    expectRefusedSet(dome, *c, "error reply");
+
+    dome.sim.clearFaults();
+    dome.sim.setGarbage({0x90, 0x01, 0x02, 0x03}); // an answer's start, run into the real one
+    expectRefusedSet(dome, *c, "garbage");
+
+    // The line heals: the same set now goes through and is kept.
+    dome.sim.clearFaults();
+    EXPECT_EQ(c->setParameters("(1,60)"), 1);
+    std::string value;
+    EXPECT_EQ(c->getParameters("1", value), 1);
+    EXPECT_EQ(value, "(1,60)");
+    EXPECT_EQ(c->flush(), 1);
+    EXPECT_TRUE(contains(dome.root.readFile(kScheme1), "(1,60)"));
+}
+
+TEST(Fbs8300Faults, InitWithASilentModuleFinishesAndLogs) {
+    kvtest::Fbs8300Dome dome;
+    dome.sim.setSilence();
+    const auto start = std::chrono::steady_clock::now();
+    SafePointer<ISensorController> c = dome.init();
+    EXPECT_LT(realSeconds(start), 30.0) << "every exchange is bounded";
+    ASSERT_EQ(c->getSensorType(), 82);
+
+    // The start-up failures are printed; the error log, 10 KB a file, has
+    // rotated the first of them away by now and keeps the latest.
+    for (const char* line : {"changeCameraBuadrate(9600)failed", "setCameraOsdOff() failed",
+                             "getCameraVerInf recv error", "get sensor video system failed"})
+        EXPECT_TRUE(contains(dome.initOutput, line)) << line;
+    EXPECT_TRUE(contains(dome.logs(), "init setSensorVideoSystem failed"));
+    EXPECT_TRUE(contains(dome.logs(), "@setParameterValue failed"));
+    EXPECT_EQ(dome.sim.restartCount(), 0) << "nobody answered the speed probe";
+
+    // Once the module speaks, the running controller drives it.
+    dome.sim.clearFaults();
+    EXPECT_EQ(c->setParameters("(2,40)"), 1);
+    EXPECT_TRUE(dome.hasCommand("81 01 04 A2 00 00 00 06 FF"));
+}
+
+} // namespace
