@@ -18,13 +18,7 @@ const std::string kConfigDir = "/mnt/mtd/code/config_file/";
 const std::string kScheme1 = kConfigDir + "sensor1.cfg";
 const std::string kFactory = kConfigDir + "sensor_Factory.cfg";
 
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
-
-int duty(int percent) {
-    return 100 * ZoomIrIllumination::getRealPWM(percent);
-}
+using kvtest::contains;
 
 // Polls `done` every 2 ms, for at most `realSeconds` of real time.
 bool waitUntil(const std::function<bool()>& done, double realSeconds = 10.0) {
@@ -43,11 +37,11 @@ const std::vector<std::string> kNightFrames = {"81 01 04 51 03 FF", "81 01 04 01
                                                "81 01 04 A7 00 00 03 00 FF"};
 
 TEST(Fbs8300Manager, FirstStartBringsTheModuleUpAndCreatesTheFilesFromIt) {
-    kvtest::Fbs8300Dome dome;
-    SafePointer<ISensorController> c = dome.init();
+    kvtest::Fbs8300Rig rig;
+    SafePointer<ISensorController> c = rig.init();
     ASSERT_EQ(c->getSensorType(), 82) << "the factory must build the FBS8300 driver for id 82";
     EXPECT_EQ(c->getSensorStatus(), ISensorController::InitSuccess);
-    EXPECT_TRUE(dome.gpio->isInitComplete());
+    EXPECT_TRUE(rig.gpio->isInitComplete());
 
     // Speed check (module already at 9600), OSD off, DC, version, video
     // system (unchanged: no restart), then day mode.
@@ -55,37 +49,33 @@ TEST(Fbs8300Manager, FirstStartBringsTheModuleUpAndCreatesTheFilesFromIt) {
         "81 09 04 24 24 FF",    "81 01 04 15 03 FF", "81 01 04 A7 00 01 03 00 FF",
         "FE 06 01 01 01 09 FF", "81 09 04 24 72 FF", kDayFrames[0],
         kDayFrames[1],          kDayFrames[2]};
-    const auto all = dome.frames();
+    const auto all = rig.frames();
     ASSERT_GE(all.size(), start.size());
     EXPECT_EQ(std::vector<std::string>(all.begin(), all.begin() + 8), start);
-    EXPECT_EQ(dome.sim.restartCount(), 0);
-    std::string version;
-    EXPECT_EQ(c->getCameraVerInf(version), 1);
-    EXPECT_EQ(version, "1.2.3");
+    EXPECT_EQ(rig.sim.restartCount(), 0);
 
     // The factory file holds the module's fixed answers and the IR defaults.
-    const std::string factory = dome.root.readFile(kFactory);
+    const std::string factory = rig.root.readFile(kFactory);
     for (const char* item : {"(1,80)", "(2,27)", "(3,54)", "(4,1)", "(7,0)", "(12,10)", "(13,11)",
                              "(16,3)", "(19,38)", "(20,34)", "(25,65)", "(29,2)", "(31,5)",
                              "(32,15)", "(57,50)", "(58,50)", "(59,50)", "(64,0)", "(68,75)"})
         EXPECT_TRUE(contains(factory, item)) << item << " in " << factory;
     EXPECT_FALSE(contains(factory, "(28,")) << "set-only";
     EXPECT_FALSE(contains(factory, "(33,"));
-    EXPECT_EQ(dome.root.readFile(kScheme1).substr(0, 7), "(1,80)(") << "first scheme = factory";
-    EXPECT_TRUE(contains(dome.logs(), "ISensorController::initSensor  success"));
+    EXPECT_EQ(rig.root.readFile(kScheme1).substr(0, 7), "(1,80)(") << "first scheme = factory";
 }
 
 TEST(Fbs8300Manager, ModuleAt38400IsMovedTo9600AndRestarted) {
     ViscaSimulator::Options options;
     options.baudIndex = 2;
-    kvtest::Fbs8300Dome dome(options);
-    SafePointer<ISensorController> c = dome.init();
+    kvtest::Fbs8300Rig rig(options);
+    SafePointer<ISensorController> c = rig.init();
     ASSERT_EQ(c->getSensorType(), 82);
     EXPECT_EQ(c->getSensorStatus(), ISensorController::InitSuccess);
 
     // Inquiries at 9600 and 19200 go unanswered; at 38400 the module answers
     // index 2, is told index 0 and restarted; then the start-up goes on.
-    const auto all = dome.frames(true);
+    const auto all = rig.frames(true);
     std::size_t i = 0;
     while (i < all.size() && all[i] == "81 09 04 24 24 FF")
         ++i;
@@ -94,74 +84,72 @@ TEST(Fbs8300Manager, ModuleAt38400IsMovedTo9600AndRestarted) {
     EXPECT_EQ(all[i], "81 01 04 24 24 00 00 FF");
     EXPECT_EQ(all[i + 1], "FE 05 03 01 01 0A FF");
     EXPECT_EQ(all[i + 2], "81 01 04 15 03 FF") << "next frame after the restart";
-    EXPECT_EQ(dome.sim.restartCount(), 1);
-    EXPECT_EQ(dome.sim.moduleBaudIndex(), 0);
-    EXPECT_EQ(dome.sim.lineBaud(), 9600);
-    EXPECT_TRUE(dome.hasCommand(kDayFrames[1])) << "the module heard day mode at 9600";
+    EXPECT_EQ(rig.sim.restartCount(), 1);
+    EXPECT_EQ(rig.sim.moduleBaudIndex(), 0);
+    EXPECT_EQ(rig.sim.lineBaud(), 9600);
+    EXPECT_GT(rig.countCommands(kDayFrames[1]), 0) << "the module heard day mode at 9600";
 }
 
 TEST(Fbs8300Manager, SavedSchemeIsAppliedThenSetsReachTheWireCacheAndFile) {
-    kvtest::Fbs8300Dome dome;
+    kvtest::Fbs8300Rig rig;
     // A unit that has run before: wildcard stamps, scheme 1 in force all day
     // with three of the user's values.
     const std::string window = "(500,1)(501,0)(502,0)(503,24)(504,0)";
-    dome.root.writeFile(kFactory, window + "(10000,999)(10001,999)");
-    dome.root.writeFile(kScheme1, "(1,60)(4,3)(8,1)" + window + "(10000,999)(10001,999)");
-    SafePointer<ISensorController> c = dome.init();
+    rig.root.writeFile(kFactory, window + "(10000,999)(10001,999)");
+    rig.root.writeFile(kScheme1, "(1,60)(4,3)(8,1)" + window + "(10000,999)(10001,999)");
+    SafePointer<ISensorController> c = rig.init();
     ASSERT_EQ(c->getSensorType(), 82);
 
-    // Each saved value went out once, and no other value of those settings.
-    EXPECT_EQ(dome.countCommands("81 01 04 A1"), 1);
-    EXPECT_TRUE(dome.hasCommand("81 01 04 A1 00 00 00 09 FF")) << "saturation 60";
-    EXPECT_EQ(dome.countCommands("81 01 04 5B"), 1);
-    EXPECT_TRUE(dome.hasCommand("81 01 04 5B 03 FF")) << "gamma 3";
-    EXPECT_EQ(dome.countCommands("81 01 04 61"), 1);
-    EXPECT_EQ(dome.countCommands("81 01 04 66"), 1);
-    EXPECT_TRUE(dome.hasCommand("81 01 04 61 02 FF") && dome.hasCommand("81 01 04 66 03 FF"))
-        << "mirror 1, generation 3";
+    // Each saved value (saturation 60, gamma 3, mirror 1 of generation 3)
+    // went out once, and no other value of those settings.
+    for (const std::string frame : {"81 01 04 A1 00 00 00 09 FF", "81 01 04 5B 03 FF",
+                                    "81 01 04 61 02 FF", "81 01 04 66 03 FF"}) {
+        EXPECT_EQ(rig.countCommands(frame), 1) << frame;
+        EXPECT_EQ(rig.countCommands(frame.substr(0, 11)), 1) << frame;
+    }
     std::string out;
     EXPECT_EQ(c->getParameters("1,4,8", out), 1);
     EXPECT_EQ(out, "(1,60)(4,3)(8,1)");
-    EXPECT_TRUE(contains(dome.root.readFile(kScheme1), "(2,27)")) << "missing ids from module";
+    EXPECT_TRUE(contains(rig.root.readFile(kScheme1), "(2,27)")) << "missing ids from module";
 
     // The same values again: all in force already, nothing sent.
-    dome.sim.clearFrames();
+    rig.sim.clearFrames();
     EXPECT_EQ(c->setParameters("(1,60)(4,3)(8,1)"), 1);
-    EXPECT_EQ(dome.commands(), std::vector<std::string>());
+    EXPECT_EQ(rig.commands(), std::vector<std::string>());
 
     // New values: exact frames, last-applied cache, and after flush the file.
     EXPECT_EQ(c->setParameters("(2,40)(68,50)(1,100)"), 1);
     const std::vector<std::string> expected = {
         "81 01 04 A1 00 00 00 0F FF", "81 01 04 A2 00 00 00 06 FF", "81 01 04 AF 00 00 04 00 FF"};
-    EXPECT_EQ(dome.commands(), expected) << "applied in ascending id order";
+    EXPECT_EQ(rig.commands(), expected) << "applied in ascending id order";
     EXPECT_EQ(c->getParameters("1,2,4,68", out), 1);
     EXPECT_EQ(out, "(1,100)(2,40)(4,3)(68,50)");
-    EXPECT_FALSE(contains(dome.root.readFile(kScheme1), "(2,40)")) << "not saved before flush";
+    EXPECT_FALSE(contains(rig.root.readFile(kScheme1), "(2,40)")) << "not saved before flush";
     EXPECT_EQ(c->flush(), 1);
-    const std::string saved = dome.root.readFile(kScheme1);
+    const std::string saved = rig.root.readFile(kScheme1);
     for (const char* item : {"(1,100)", "(2,40)", "(4,3)", "(8,1)", "(68,50)", "(500,1)"})
         EXPECT_TRUE(contains(saved, item)) << item << " in " << saved;
 }
 
 TEST(Fbs8300Manager, LightSensorDrivesNightAndDayAndIrFollowsZoom) {
-    kvtest::Fbs8300Dome dome;
-    SafePointer<ISensorController> c = dome.init();
+    kvtest::Fbs8300Rig rig;
+    SafePointer<ISensorController> c = rig.init();
     ASSERT_EQ(c->getSensorType(), 82);
     int state = -1;
     EXPECT_EQ(c->getDayNightState(state), 1);
     EXPECT_EQ(state, 1);
-    EXPECT_FALSE(dome.nearPwm->enabled());
+    EXPECT_FALSE(rig.nearPwm->enabled());
 
     // Dark: night at the pass that first reads it, without the to-day delay
     // (the worker reads the light sensor once a pass, a second apart).
-    dome.sim.clearFrames();
+    rig.sim.clearFrames();
     KviaSimulator::clearWriteLog();
-    const int readings = dome.adc->requestCount();
-    dome.adc->setValue(300);
-    ASSERT_TRUE(waitUntil([&] { return dome.commands().size() >= 3; })) << "no night frames";
-    EXPECT_LE(dome.adc->requestCount() - readings, 3) << "light-sensor passes before night";
-    EXPECT_EQ(dome.commands(), kNightFrames);
-    EXPECT_TRUE(dome.nearPwm->enabled() && dome.midPwm->enabled() && dome.farPwm->enabled());
+    const int readings = rig.adc->requestCount();
+    rig.adc->setValue(300);
+    ASSERT_TRUE(waitUntil([&] { return rig.commands().size() >= 3; })) << "no night frames";
+    EXPECT_LE(rig.adc->requestCount() - readings, 3) << "light-sensor passes before night";
+    EXPECT_EQ(rig.commands(), kNightFrames);
+    EXPECT_TRUE(rig.nearPwm->enabled() && rig.midPwm->enabled() && rig.farPwm->enabled());
     EXPECT_EQ(c->getDayNightState(state), 1);
     EXPECT_EQ(state, 0);
     bool told2A = false;
@@ -172,24 +160,25 @@ TEST(Fbs8300Manager, LightSensorDrivesNightAndDayAndIrFollowsZoom) {
     // At night the IR banks follow the zoom: 4x selects the fourth row of the
     // sample table (near 30, mid 60, far 25), 2x the second (55, 35, 0).
     auto duties = [&](int nearPercent, int midPercent, int farPercent) {
-        return dome.nearPwm->duty() == duty(nearPercent) &&
-               dome.midPwm->duty() == duty(midPercent) && dome.farPwm->duty() == duty(farPercent);
+        auto duty = [](int percent) { return 100 * ZoomIrIllumination::getRealPWM(percent); };
+        return rig.nearPwm->duty() == duty(nearPercent) && rig.midPwm->duty() == duty(midPercent) &&
+               rig.farPwm->duty() == duty(farPercent);
     };
-    dome.sim.setZoomPosition(0x2628);
-    EXPECT_TRUE(waitUntil([&] { return duties(30, 60, 25); })) << dome.nearPwm->duty();
-    dome.sim.setZoomPosition(0x16A1);
-    EXPECT_TRUE(waitUntil([&] { return duties(55, 35, 0); })) << dome.nearPwm->duty();
-    EXPECT_EQ(dome.farPwm->period(), ZoomIrIllumination::kPwmPeriod);
+    rig.sim.setZoomPosition(0x2628);
+    EXPECT_TRUE(waitUntil([&] { return duties(30, 60, 25); })) << rig.nearPwm->duty();
+    rig.sim.setZoomPosition(0x16A1);
+    EXPECT_TRUE(waitUntil([&] { return duties(55, 35, 0); })) << rig.nearPwm->duty();
+    EXPECT_EQ(rig.farPwm->period(), ZoomIrIllumination::kPwmPeriod);
 
     // Light again: day only once the reading has held for 5 device seconds.
-    dome.sim.clearFrames();
+    rig.sim.clearFrames();
     const double t0 = PlatformClock::monotonicSeconds();
-    dome.adc->setValue(700);
-    ASSERT_TRUE(waitUntil([&] { return dome.hasCommand(kDayFrames[1]); })) << "no day frames";
+    rig.adc->setValue(700);
+    ASSERT_TRUE(waitUntil([&] { return rig.countCommands(kDayFrames[1]) > 0; })) << "no day frames";
     EXPECT_GE(PlatformClock::monotonicSeconds() - t0, 5.0);
-    ASSERT_TRUE(waitUntil([&] { return dome.commands().size() >= 3; }));
-    EXPECT_EQ(dome.commands(), kDayFrames);
-    EXPECT_FALSE(dome.nearPwm->enabled() || dome.midPwm->enabled() || dome.farPwm->enabled());
+    ASSERT_TRUE(waitUntil([&] { return rig.commands().size() >= 3; }));
+    EXPECT_EQ(rig.commands(), kDayFrames);
+    EXPECT_FALSE(rig.nearPwm->enabled() || rig.midPwm->enabled() || rig.farPwm->enabled());
     EXPECT_EQ(c->getDayNightState(state), 1);
     EXPECT_EQ(state, 1);
 }
