@@ -79,15 +79,24 @@ int ISensorController::init(int videoSystem, ModuleConfigure const& config,
     if (initConfigFile() == 0)
         InitPrintf("initConfigFile failed");
 
-    // In automatic mode the scheme whose window holds the time of day; in
+    // In automatic mode the scheme whose window holds the time of day (made
+    // the scheme in force); in
     // manual mode the scheme chosen by hand, so that the values applied are
     // the ones a later flush writes back to that scheme's file.
     int scheme = 0;
     std::string text;
-    if (m_nParamMode == 0 && isValidScheme(m_nParamScheme))
+    if (m_nParamMode == 0 && isValidScheme(m_nParamScheme)) {
         readParamByScheme(m_nParamScheme, text);
-    else
-        readCurrentParam(scheme, text);
+    } else if (readCurrentParam(scheme, text) != 0 && scheme != m_nParamScheme) {
+        // The scheme whose values are applied now is the one in force; else
+        // the worker's first pass would switch to it again and re-apply its
+        // file over whatever the host has set in the meantime.
+        {
+            KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
+            m_nParamScheme = scheme;
+        }
+        setParamSchemeToFile(scheme);
+    }
     if (setParameters(text) == 0)
         InitPrintf("setParameters failed");
 

@@ -36,7 +36,14 @@ int AmbaS2FBS8300SenseController::setDayNightMode(int mode) {
     KVMutexLocker lock(m_DNMutex, kFile, __LINE__);
     m_nModuleDayNightMode = mode;
     // Stores the base mode and restarts the switch delay.
-    return ISensorController::setDayNightMode(baseMode);
+    const int result = ISensorController::setDayNightMode(baseMode);
+    if (mode == 3 || mode == 4) {
+        // The picture is already switched: record it as carried out for this
+        // mode, so the worker's next day/night pass does not send it again.
+        m_nDNState = mode == 3 ? 1 : 0;
+        m_nLastDayNightMode = baseMode;
+    }
+    return result;
 }
 
 int AmbaS2FBS8300SenseController::initAutoDNStatus() {

@@ -1,0 +1,119 @@
+// camsim: runs a simulated camera module on a pseudo-terminal for trying a client by hand.
+#include "platform/PlatformClock.h"
+#include "sim/ViscaSimulator.h"
+
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace {
+
+volatile std::sig_atomic_t g_nStop = 0;
+
+void onSignal(int) {
+    g_nStop = 1;
+}
+
+// One received frame as a log line: "rx 81 01 04 A1 00 00 03 0C FF".
+std::string hexLine(const ViscaSimulator::Bytes& frame) {
+    std::string line = "rx";
+    char byte[4];
+    for (uint8_t b : frame) {
+        std::snprintf(byte, sizeof byte, " %02X", static_cast<unsigned>(b));
+        line += byte;
+    }
+    return line;
+}
+
+struct Settings {
+    int module = 82;
+    bool silent = false;
+    bool errorReply = false;
+    bool garbage = false;
+    double lateSeconds = 0.0;
+    double timeScale = 1.0;
+    int baudIndex = 0;
+};
+
+void applyFaults(ViscaSimulator& sim, const Settings& s) {
+    if (s.silent)
+        sim.setSilence();
+    if (s.errorReply)
+        sim.setErrorReply(0, 2); // syntax error on socket 0
+    if (s.garbage)
+        sim.setGarbage({0x5A, 0x00, 0xA5});
+    if (s.lateSeconds > 0.0)
+        sim.setLateAnswer(s.lateSeconds);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    Settings s;
+    CLI::App app{"Runs a simulated camera module on a pseudo-terminal. Prints the terminal's "
+                 "path on the first line, then one line per frame received (\"rx\" and the "
+                 "bytes in hexadecimal), until interrupted (SIGINT or SIGTERM). Point a "
+                 "client at the path, e.g. sensorctl --device PATH.",
+                 "camsim"};
+    app.add_option("--module", s.module, "module id to simulate (82: FBS8300 zoom block, VISCA)")
+        ->check(CLI::IsMember({82}));
+    app.add_flag("--silent", s.silent, "never answer (a module that is off or not wired)");
+    app.add_flag("--error-reply", s.errorReply,
+                 "answer every command and inquiry with a syntax error");
+    app.add_flag("--garbage", s.garbage, "send garbage bytes before each answer");
+    app.add_option("--late", s.lateSeconds, "answer this many device seconds late")
+        ->check(CLI::Range(0.0, 3600.0));
+    app.add_option("--time-scale", s.timeScale,
+                   "real seconds per device second (0.05: twenty times faster)")
+        ->check(CLI::Range(0.0001, 100.0));
+    app.add_option("--baud-index", s.baudIndex,
+                   "module serial speed: 0 9600, 1 19200, 2 38400, 3 115200")
+        ->check(CLI::Range(0, 3));
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::ParseError& e) {
+        std::fprintf(stderr, "camsim: %s (see --help)\n", e.what());
+        return 2;
+    }
+
+    PlatformClock::setTimeScale(s.timeScale);
+    ViscaSimulator::Options options;
+    options.baudIndex = s.baudIndex;
+    ViscaSimulator sim(options);
+    if (!sim.isRunning()) {
+        std::fprintf(stderr, "camsim: could not create a pseudo-terminal\n");
+        return 1;
+    }
+    applyFaults(sim, s);
+
+    struct sigaction action {};
+    action.sa_handler = onSignal;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+
+    std::printf("%s\n", sim.slavePath().c_str());
+    std::fflush(stdout);
+
+    size_t logged = 0;
+    while (!g_nStop) {
+        // Bounded wait: the loop looks at the stop flag at least every 50 ms.
+        if (!sim.waitForFrames(logged + 1, 0.05))
+            continue;
+        std::vector<ViscaSimulator::Bytes> frames = sim.frames();
+        for (; logged < frames.size(); ++logged)
+            std::printf("%s\n", hexLine(frames[logged]).c_str());
+        std::fflush(stdout);
+        if (frames.size() > 10000) { // keep a long session's memory bounded
+            sim.clearFrames();
+            logged = 0;
+        }
+    }
+    return 0;
+}

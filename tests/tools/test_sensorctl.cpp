@@ -1,0 +1,215 @@
+// Process tests of sensorctl (and camsim): output lines and exit status of the built programs.
+#include "support/TestRoot.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <poll.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+struct Result {
+    int status = -1; // exit status; -1 when killed or timed out
+    std::string out;
+    std::string err;
+    double seconds = 0.0;
+};
+
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+int countLines(const std::string& text) {
+    int n = 0;
+    for (char c : text)
+        n += c == '\n';
+    return n;
+}
+
+// A child process with its standard output and error on pipes.
+class Child {
+public:
+    explicit Child(const std::vector<std::string>& argv) {
+        int outPipe[2], errPipe[2];
+        if (pipe(outPipe) != 0 || pipe(errPipe) != 0)
+            return;
+        m_pid = fork();
+        if (m_pid == 0) {
+            dup2(outPipe[1], 1);
+            dup2(errPipe[1], 2);
+            close(outPipe[0]), close(outPipe[1]), close(errPipe[0]), close(errPipe[1]);
+            int null = open("/dev/null", O_RDONLY);
+            dup2(null, 0); // no terminal, no piped script: stdin is empty
+            std::vector<char*> args;
+            for (const std::string& a : argv)
+                args.push_back(const_cast<char*>(a.c_str()));
+            args.push_back(nullptr);
+            execv(args[0], args.data());
+            _exit(127);
+        }
+        close(outPipe[1]), close(errPipe[1]);
+        m_nOut = outPipe[0], m_nErr = errPipe[0];
+    }
+    ~Child() {
+        if (m_pid > 0) {
+            kill(m_pid, SIGKILL);
+            waitpid(m_pid, nullptr, 0);
+        }
+        if (m_nOut >= 0)
+            close(m_nOut);
+        if (m_nErr >= 0)
+            close(m_nErr);
+    }
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    // Reads output until the child closes it or the deadline passes; true at end of output.
+    bool pump(Clock::time_point deadline, const std::string& untilOut = "") {
+        for (;;) {
+            if (!untilOut.empty() && contains(out, untilOut))
+                return true;
+            int left = static_cast<int>(
+                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now())
+                    .count());
+            if ((m_nOut < 0 && m_nErr < 0) || left <= 0)
+                return m_nOut < 0 && m_nErr < 0;
+            pollfd fds[2] = {{m_nOut, POLLIN, 0}, {m_nErr, POLLIN, 0}};
+            if (poll(fds, 2, left) < 0)
+                return false;
+            readInto(fds[0], m_nOut, out);
+            readInto(fds[1], m_nErr, err);
+        }
+    }
+
+    // Waits for the exit; -1 when it did not end by the deadline (it is killed then).
+    int wait(Clock::time_point deadline) {
+        int status = 0;
+        while (waitpid(m_pid, &status, WNOHANG) == 0) {
+            if (Clock::now() > deadline)
+                return -1;
+            pump(Clock::now() + std::chrono::milliseconds(20));
+        }
+        m_pid = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    std::string out, err;
+
+private:
+    static void readInto(const pollfd& p, int& fd, std::string& text) {
+        if (fd < 0 || !(p.revents & (POLLIN | POLLHUP | POLLERR)))
+            return;
+        char buf[4096];
+        ssize_t n = read(fd, buf, sizeof buf);
+        if (n > 0) {
+            text.append(buf, static_cast<size_t>(n));
+        } else {
+            close(fd);
+            fd = -1;
+        }
+    }
+
+    pid_t m_pid = -1;
+    int m_nOut = -1, m_nErr = -1;
+};
+
+Result run(std::vector<std::string> argv, double limitSeconds = 60.0) {
+    argv.insert(argv.begin(), KV_SENSORCTL);
+    const auto start = Clock::now();
+    const auto deadline =
+        start + std::chrono::milliseconds(static_cast<long long>(limitSeconds * 1000));
+    Child child(argv);
+    Result r;
+    child.pump(deadline);
+    r.status = child.wait(deadline);
+    r.out = child.out;
+    r.err = child.err;
+    r.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    return r;
+}
+
+// A temporary copy of the sample unit's file tree.
+class SensorctlProcess : public ::testing::Test {
+protected:
+    void SetUp() override {
+#ifdef KV_CROSSCOMPILING
+        GTEST_SKIP() << "the programs run under an emulator here; covered by the host build";
+#endif
+        fs::copy(fs::path(KV_SOURCE_DIR) / "examples/rootfs", m_root.dir(),
+                 fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+    }
+    std::vector<std::string> common() const {
+        return {"--root", m_root.dir(), "--time-scale", "0.01"};
+    }
+    kvtest::TestRoot m_root;
+};
+
+TEST_F(SensorctlProcess, SetThenGetAgainstTheSimulatorSucceeds) {
+    std::vector<std::string> args = common();
+    for (const char* a :
+         {"--simulate", "set", "saturation=61", "--", "get", "saturation", "--", "flush"})
+        args.push_back(a);
+    Result r = run(args);
+    EXPECT_EQ(r.status, 0) << r.out << r.err;
+    EXPECT_TRUE(contains(r.out, "ok")) << r.out;
+    EXPECT_TRUE(contains(r.out, "61")) << r.out;
+    EXPECT_FALSE(contains(r.out, "error:")) << r.out;
+    // The flush keeps the value in the scheme's parameter file.
+    bool kept = false;
+    for (const auto& e : fs::directory_iterator(m_root.path("/mnt/mtd/code/config_file")))
+        kept |= contains(
+            m_root.readFile("/mnt/mtd/code/config_file/" + e.path().filename().string()), ",61)");
+    EXPECT_TRUE(kept) << "no parameter file holds the value";
+}
+
+TEST_F(SensorctlProcess, BadArgumentsGetOneLineAndStatusTwo) {
+    for (std::vector<std::string> args : {std::vector<std::string>{"--no-such-option"},
+                                          {"--video-system", "7"},
+                                          {"--time-scale", "fast"}}) {
+        Result r = run(args, 20.0);
+        EXPECT_EQ(r.status, 2) << args[0] << ": " << r.out << r.err;
+        EXPECT_EQ(countLines(r.out + r.err), 1) << args[0] << ": " << r.out << r.err;
+    }
+}
+
+TEST_F(SensorctlProcess, UnknownCommandOrIdFailsWithAnErrorLine) {
+    std::vector<std::string> args = common();
+    for (const char* a : {"--simulate", "frobnicate", "--", "get", "no-such-name"})
+        args.push_back(a);
+    Result r = run(args);
+    EXPECT_EQ(r.status, 1) << r.out << r.err;
+    EXPECT_GE(countLines(r.out), 2);
+    size_t first = r.out.find("error: ");
+    ASSERT_NE(first, std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("error: ", first + 1), std::string::npos) << r.out;
+}
+
+TEST_F(SensorctlProcess, SilentModuleMakesCommandsFailInBoundedTime) {
+    Child camsim({KV_CAMSIM, "--silent", "--time-scale", "0.01"});
+    camsim.pump(Clock::now() + std::chrono::seconds(10), "\n");
+    std::string device = camsim.out.substr(0, camsim.out.find('\n'));
+    ASSERT_TRUE(contains(device, "/dev/")) << device;
+
+    std::vector<std::string> args = common();
+    for (const char* a : {"--device", device.c_str(), "set", "saturation=62", "--", "zoom", "get"})
+        args.push_back(a);
+    Result r = run(args, 90.0);
+    EXPECT_EQ(r.status, 1) << r.out << r.err;
+    EXPECT_LT(r.seconds, 60.0);
+    EXPECT_TRUE(contains(r.out, "error: ")) << r.out;
+    // The frames did reach the module's end of the line.
+    camsim.pump(Clock::now() + std::chrono::milliseconds(200));
+    EXPECT_TRUE(contains(camsim.out, "rx 81 ")) << camsim.out;
+}
+
+} // namespace

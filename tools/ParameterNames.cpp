@@ -1,0 +1,130 @@
+// Names, ranges and categories of the parameter ids of a module, for the command line.
+#include "tools/ParameterNames.h"
+
+#include "drivers/platform/AmbaS2FBS8300SenseController.h"
+#include "drivers/protocols/ViscaSettings.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
+namespace {
+
+struct Row {
+    int id;
+    const char* name;
+    int min; // used when the shared setting table has no row for the id
+    int max;
+    const char* category;
+    const char* note;
+};
+
+// The FBS8300 dome: ids 1..32 and 57..68, 28 set-only, plus the scheme window.
+const Row kFbs8300Rows[] = {
+    {1, "saturation", 0, 100, "common", ""},
+    {2, "contrast", 0, 100, "common", ""},
+    {3, "sharpness", 0, 100, "common", ""},
+    {4, "gamma", 0, 5, "common", ""},
+    {5, "noise_reduction", 0, 5, "common", ""},
+    {6, "nr_mode", 0, 1, "common", ""},
+    {7, "defog", 0, 100, "common", ""},
+    {8, "mirror", 0, 3, "common", "0 off, 1 mirror, 2 flip, 3 both"},
+    {9, "still_image", 2, 3, "common", "2 freeze, 3 live"},
+    {10, "exposure_mode", 0, 4, "common", "0 auto, 1 manual, 2 shutter, 3 iris, 4 bright"},
+    {11, "shutter", 0, 21, "common", "exposure manual or shutter priority"},
+    {12, "iris", 0, 13, "common", "exposure manual or iris priority"},
+    {13, "bright", 0, 31, "common", "0 or 5..31, exposure manual or bright"},
+    {14, "gain", 0, 15, "common", "exposure manual"},
+    {15, "max_gain", 4, 15, "common", ""},
+    {16, "slow_shutter", 2, 3, "common", "2 on, 3 off"},
+    {17, "backlight", 2, 3, "common", "2 on, 3 off"},
+    {18, "white_balance", 0, 9, "common", "0..5, 8, 9"},
+    {19, "red_gain", 0, 255, "common", "white balance manual"},
+    {20, "blue_gain", 0, 255, "common", "white balance manual"},
+    {21, "ir_cut", 0, 3, "common", ""},
+    {22, "daynight_mode", 1, 5, "common", "1 auto, 3 day, 4 night, 5 time"},
+    {23, "wdr", 2, 3, "common", "2 on, 3 off"},
+    {24, "highlight_hold", 0, 1, "common", ""},
+    {25, "brightness", 0, 100, "common", ""},
+    {26, "digital_zoom", 2, 3, "common", "2 on, 3 off"},
+    {27, "focus_mode", 1, 3, "common", ""},
+    {28, "one_push_focus", 0, INT_MAX, "set-only", "any value triggers"},
+    {29, "af_sensitivity", 1, 3, "common", ""},
+    {30, "focus_near_limit", 0, 5, "common", ""},
+    {31, "ntod_sensitivity", 5, 116, "common", "at least 10 below dton_sensitivity"},
+    {32, "dton_sensitivity", 15, 126, "common", ""},
+    {57, "near_light", 0, 100, "common", "percent"},
+    {58, "middle_light", 0, 100, "common", "percent"},
+    {59, "far_light", 0, 100, "common", "percent"},
+    {60, "to_night_hour", 0, 23, "common", "day/night by time"},
+    {61, "to_night_minute", 0, 59, "common", "day/night by time"},
+    {62, "to_day_hour", 0, 23, "common", "day/night by time"},
+    {63, "to_day_minute", 0, 59, "common", "day/night by time"},
+    {64, "ir_power_mode", 0, 1, "common", ""},
+    {65, "auto_noise_reduction", 0, 1, "common", ""},
+    {66, "manual_noise_reduction", 0, 100, "common", ""},
+    {67, "noise_reduction_mode", 0, 5, "common", ""},
+    {68, "chroma_suppress", 0, 100, "common", ""},
+};
+
+// Every controller's scheme window (ids 500..504).
+const Row kSchemeRows[] = {
+    {500, "scheme_enable", 0, 1, "common", "scheme in force"},
+    {501, "scheme_start_hour", 0, 23, "common", "scheme in force"},
+    {502, "scheme_start_minute", 0, 59, "common", "scheme in force"},
+    {503, "scheme_end_hour", 0, 23, "common", "scheme in force"},
+    {504, "scheme_end_minute", 0, 59, "common", "scheme in force"},
+};
+
+ParameterNames::Entry makeEntry(const Row& row) {
+    ParameterNames::Entry entry{row.id, row.name, row.min, row.max, row.category, row.note};
+    if (const ViscaSetting* setting = findViscaSetting(row.id)) {
+        entry.min = setting->min;
+        entry.max = setting->max;
+    }
+    return entry;
+}
+
+} // namespace
+
+ParameterNames::ParameterNames(int moduleId) {
+    if (moduleId == AmbaS2FBS8300SenseController::kSensorType)
+        for (const Row& row : kFbs8300Rows)
+            m_vecEntries.push_back(makeEntry(row));
+    for (const Row& row : kSchemeRows)
+        m_vecEntries.push_back(makeEntry(row));
+}
+
+bool ParameterNames::lookup(const std::string& nameOrId, int& id) const {
+    for (const Entry& entry : m_vecEntries) {
+        if (entry.name == nameOrId) {
+            id = entry.id;
+            return true;
+        }
+    }
+    return parseInt(nameOrId, id);
+}
+
+const ParameterNames::Entry* ParameterNames::find(int id) const {
+    for (const Entry& entry : m_vecEntries)
+        if (entry.id == id)
+            return &entry;
+    return nullptr;
+}
+
+std::string ParameterNames::label(int id) const {
+    const Entry* entry = find(id);
+    return entry != nullptr ? entry->name : std::to_string(id);
+}
+
+bool parseInt(const std::string& text, int& value) {
+    if (text.empty() || text.size() > 12)
+        return false;
+    char* end = nullptr;
+    errno = 0;
+    const long long parsed = std::strtoll(text.c_str(), &end, 10);
+    if (errno != 0 || end == text.c_str() || *end != '\0' || parsed < INT_MIN || parsed > INT_MAX)
+        return false;
+    value = static_cast<int>(parsed);
+    return true;
+}

@@ -1,0 +1,212 @@
+// The controller as sensorctl runs it: root, devices, simulator, manager.
+#include "tools/Session.h"
+
+#include "drivers/platform/AmbaS2FBS8300SenseController.h"
+#include "platform/DeviceIoctl.h"
+#include "platform/GlobalEnv.h"
+#include "platform/KVRoot.h"
+#include "platform/ModuleConfigureParser.h"
+#include "platform/PlatformClock.h"
+#include "platform/TermiosUARTController.h"
+#include "tools/HostGpio.h"
+#include "tools/ParameterNames.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The sample unit's module record, used when simulating without one.
+const char* const kSampleDetail = "RS485=/dev/ttyS1;isInfrared=1;isNewInfrared=1;generation=3";
+const char* const kSampleParameters =
+    "RS485=9600,8,0,1;DCDay=1,3;DCNight=0,3;toDayADCVal=600;toNightADCVal=400;toDayDelay=5;"
+    "GUIConfig=FBS8300GUIConfig.xml;Prefix=FBS8300";
+
+// A bright reading (above the sample's to-day threshold of 600).
+constexpr int kDaylightReading = 700;
+
+const char* const kPwmPaths[3] = {"/dev/pwm1", "/dev/pwm2", "/dev/pwm4"};
+
+// Replaces the serial device in a detail text (RS485= or RS232=, added as
+// RS485= when neither is there).
+std::string withDevice(const std::string& detail, const std::string& device) {
+    for (const char* key : {"RS485=", "RS232="}) {
+        size_t at = 0;
+        while ((at = detail.find(key, at)) != std::string::npos) {
+            if (at == 0 || detail[at - 1] == ';')
+                break;
+            ++at;
+        }
+        if (at == std::string::npos)
+            continue;
+        const size_t begin = at + 6;
+        const size_t end = detail.find(';', begin);
+        return detail.substr(0, begin) + device +
+               (end == std::string::npos ? std::string() : detail.substr(end));
+    }
+    return "RS485=" + device + (detail.empty() ? "" : ";" + detail);
+}
+
+} // namespace
+
+bool configValue(const std::string& text, const std::string& key, std::string& value) {
+    size_t start = 0;
+    while (start <= text.size()) {
+        size_t end = text.find(';', start);
+        if (end == std::string::npos)
+            end = text.size();
+        const std::string item = text.substr(start, end - start);
+        const size_t eq = item.find('=');
+        if (eq != std::string::npos && item.compare(0, eq, key) == 0 && eq == key.size()) {
+            value = item.substr(eq + 1);
+            return true;
+        }
+        start = end + 1;
+    }
+    return false;
+}
+
+Session::Session(const Options& options) : m_objOptions(options) {}
+
+Session::~Session() {
+    // The controller (and its threads) go first, then what it used.
+    m_pManager.reset();
+    m_pSim.reset();
+    if (!m_objOptions.realDevices)
+        DeviceIoctl::unregisterAll();
+    if (!m_strTempRoot.empty()) {
+        std::error_code ignored;
+        fs::remove_all(m_strTempRoot, ignored);
+    }
+}
+
+bool Session::prepare(std::string& error) {
+    PlatformClock::setTimeScale(m_objOptions.timeScale);
+    GlobalEnv::getInstance()->setPrintFlag(m_objOptions.verbose ? 1 : 0);
+    if (!prepareRoot(error))
+        return false;
+    if (!m_objOptions.realDevices) {
+        for (int bank = 0; bank < 3; ++bank) {
+            m_pPwm[bank] = std::make_shared<SimulatedPwm>();
+            DeviceIoctl::registerDevice(kPwmPaths[bank], m_pPwm[bank]);
+        }
+        m_pAdc = std::make_shared<SimulatedAdc>();
+        m_pAdc->setValue(kDaylightReading);
+        DeviceIoctl::registerDevice("/dev/adc", m_pAdc);
+    }
+    if (m_objOptions.simulate) {
+        m_pSim = std::make_unique<ViscaSimulator>();
+        if (!m_pSim->isRunning()) {
+            error = "the module simulator could not start (no pseudo-terminal)";
+            return false;
+        }
+    }
+    return loadModule(error);
+}
+
+bool Session::prepareRoot(std::string& error) {
+    std::string root = m_objOptions.root;
+    if (m_objOptions.simulate && !m_objOptions.rootGiven) {
+        // A simulated unit gets a scratch root: its files never touch this machine's.
+        std::string pattern = (fs::temp_directory_path() / "sensorctl.XXXXXX").string();
+        std::vector<char> buffer(pattern.begin(), pattern.end());
+        buffer.push_back('\0');
+        if (::mkdtemp(buffer.data()) == nullptr) {
+            error = "cannot create a temporary root directory";
+            return false;
+        }
+        root = m_strTempRoot = buffer.data();
+    }
+    std::error_code code;
+    if (!fs::is_directory(root, code)) {
+        error = "root directory " + root + " does not exist";
+        return false;
+    }
+    kvroot::setRoot(root == "/" ? "" : root);
+    if (root != "/") {
+        // Where the controller keeps its parameter files and logs.
+        for (const char* dir : {"/mnt/mtd/code/config_file", "/mnt/mtd/log"})
+            fs::create_directories(kvroot::resolve(dir), code);
+    }
+    return true;
+}
+
+bool Session::loadModule(std::string& error) {
+    std::vector<ModuleConfigure> modules;
+    ModuleConfigureParser::parse(modules);
+    bool found = false;
+    for (const ModuleConfigure& module : modules) {
+        if (m_objOptions.moduleId < 0 || module.getModuleId() == m_objOptions.moduleId) {
+            m_objModule = module;
+            found = true;
+            break;
+        }
+    }
+    if (!found) {
+        const bool sample = m_objOptions.simulate &&
+                            (m_objOptions.moduleId < 0 ||
+                             m_objOptions.moduleId == AmbaS2FBS8300SenseController::kSensorType);
+        if (sample) {
+            m_objModule = ModuleConfigure(AmbaS2FBS8300SenseController::kSensorType, kSampleDetail,
+                                          kSampleParameters);
+        } else if (m_objOptions.moduleId >= 0) {
+            m_objModule = ModuleConfigure(m_objOptions.moduleId, "", "");
+        } else {
+            error = std::string("no module in ") + ModuleConfigureParser::DefaultPath +
+                    " under root " + m_objOptions.root + " (give --module)";
+            return false;
+        }
+    }
+    if (m_objOptions.detailGiven)
+        m_objModule.setDetail(m_objOptions.detail);
+    if (m_objOptions.paramsGiven)
+        m_objModule.setParameters(m_objOptions.params);
+    if (m_pSim)
+        m_objModule.setDetail(withDevice(m_objModule.getDetail(), m_pSim->slavePath()));
+    else if (!m_objOptions.device.empty())
+        m_objModule.setDetail(withDevice(m_objModule.getDetail(), m_objOptions.device));
+    return true;
+}
+
+bool Session::init(std::string& error) {
+    m_bInitialised = false;
+    // Sysfs lines only where they are the unit's: real devices, or files under a root.
+    const bool sysfs = m_objOptions.realDevices || !kvroot::root().empty();
+    m_pManager.reset();
+    m_pManager = std::make_unique<SensorControllerManager>();
+    m_pGpio = new HostGpio(sysfs);
+    m_pManager->setUARTController(SafePointer<IUARTController>(new TermiosUARTController()));
+    m_pManager->setGPIO(SafePointer<IGPIO>(m_pGpio));
+    const VideoResolution resolution(m_objOptions.width, m_objOptions.height);
+    m_pManager->init(m_objOptions.videoSystem, resolution, m_objModule);
+    m_bInitialised = m_pGpio->isInitComplete();
+    if (!m_bInitialised)
+        error = "module " + std::to_string(m_objModule.getModuleId()) + " did not initialise";
+    return m_bInitialised;
+}
+
+SafePointer<ISensorController> Session::controller() {
+    if (!m_pManager)
+        return SafePointer<ISensorController>();
+    return m_pManager->getSensorController();
+}
+
+SimulatedPwm* Session::pwm(int bank) const {
+    return bank >= 0 && bank < 3 ? m_pPwm[bank].get() : nullptr;
+}
+
+int Session::moduleParameter(const std::string& key, int fallback) const {
+    std::string text;
+    int value = 0;
+    if (configValue(m_objModule.getParameters(), key, text) && parseInt(text, value))
+        return value;
+    return fallback;
+}
+
+bool Session::hasLightSensor() const {
+    std::string text;
+    return configValue(m_objModule.getDetail(), "isInfrared", text) && text == "1";
+}

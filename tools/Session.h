@@ -1,0 +1,63 @@
+// The controller as sensorctl runs it: root, devices, simulator, manager.
+#pragma once
+
+#include "controller/SensorControllerManager.h"
+#include "platform/ModuleConfigure.h"
+#include "platform/SimulatedDevices.h"
+#include "sim/ViscaSimulator.h"
+#include "tools/Options.h"
+
+#include <memory>
+#include <string>
+
+class HostGpio;
+
+// Does for one controller what the camera's main application does at
+// start-up: a serial-port controller and GPIO handed to a
+// SensorControllerManager, which is then initialised with the video system,
+// the resolution and the module record. Around it the host stand-ins: the
+// filesystem root (a temporary one when simulating without --root), the
+// scaled clock, simulated PWM outputs and light sensor unless real devices
+// are asked for, and the module simulator on a pseudo-terminal.
+class Session {
+public:
+    explicit Session(const Options& options);
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    // Root, clock, devices, simulator and module record; false with `error`.
+    bool prepare(std::string& error);
+    // The manager's start-up; false with `error` when the controller did not
+    // come up. May be called again: the manager then builds a new controller.
+    bool init(std::string& error);
+    bool isInitialised() const { return m_bInitialised; }
+
+    SafePointer<ISensorController> controller();
+    const ModuleConfigure& module() const { return m_objModule; }
+    ViscaSimulator* simulator() { return m_pSim.get(); }
+    // Simulated devices (nullptr with --real-devices).
+    SimulatedPwm* pwm(int bank) const; // 0 near, 1 middle, 2 far
+    SimulatedAdc* adc() const { return m_pAdc.get(); }
+    // Value of `key` in the module parameter text, or `fallback`.
+    int moduleParameter(const std::string& key, int fallback) const;
+    // True when the detail says the light sensor is fitted ("isInfrared=1").
+    bool hasLightSensor() const;
+
+private:
+    bool prepareRoot(std::string& error);
+    bool loadModule(std::string& error);
+
+    Options m_objOptions;
+    std::string m_strTempRoot; // removed at the end
+    std::shared_ptr<SimulatedPwm> m_pPwm[3];
+    std::shared_ptr<SimulatedAdc> m_pAdc;
+    std::unique_ptr<ViscaSimulator> m_pSim;
+    ModuleConfigure m_objModule;
+    HostGpio* m_pGpio = nullptr; // owned by the manager's safe pointer
+    std::unique_ptr<SensorControllerManager> m_pManager;
+    bool m_bInitialised = false;
+};
+
+// Value of `key` in a "name=value;name=value" text; false when absent.
+bool configValue(const std::string& text, const std::string& key, std::string& value);
