@@ -23,6 +23,12 @@ inline bool contains(const std::string& text, const std::string& part) {
 // The driver with the protected state the tests read or preset opened up.
 class Fbs8300Driver : public AmbaS2FBS8300SenseController {
 public:
+    // The threads call this object's virtual hooks: stop them before its
+    // destruction starts changing the object's type.
+    ~Fbs8300Driver() override {
+        m_pObjIrLedContrlThread->stop();
+        m_DNChangeThread->stop();
+    }
     void setStatus(int status) { m_SensorStatus = status; }
     void setPort(int port) { m_nUARTPort = port; }
     void setGeneration(int generation) { m_nGeneration = generation; }
