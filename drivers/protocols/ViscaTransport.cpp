@@ -4,6 +4,7 @@
 #include "controller/ISensorController.h"
 
 #include <cstring>
+#include <functional>
 #include <vector>
 
 namespace {
@@ -68,52 +69,52 @@ int ViscaTransport::recvData(char* buf, int len, int timeout) {
     return got;
 }
 
-int ViscaTransport::command(const char* frame, int len, const char* name) {
-    if (frame == nullptr || len <= 0)
-        return 0;
+int ViscaTransport::exchange(const char* frame, int len, const char* name,
+                             const std::function<bool(int attempt)>& receive) {
     KVMutexLocker guard(m_lock, __FILE__, __LINE__);
     for (int attempt = 1; attempt <= kAttempts; ++attempt) {
         const int sent = m_uart->send(m_nPort, frame, len);
-        if (sent != len) {
+        if (sent != len)
             logSendFailure(name, attempt, sent, frame, len);
-        } else {
-            const int got = recvData(m_szRecv, 3, kReplyTimeout);
-            if (got != 3) {
-                logRecvFailure(name, attempt, frame, len, m_szRecv, got);
-            } else if (isAcknowledge(m_szRecv)) {
-                return 1;
-            } else {
-                m_log.ErrorPrintf("===send:");
-                m_log.recodeArray(frame, len);
-                m_log.ErrorPrintf("===%s(%d times) recv error,recv:0x%x,0x%x,0x%x", name, attempt,
-                                  byteAt(m_szRecv, 0), byteAt(m_szRecv, 1), byteAt(m_szRecv, 2));
-            }
-        }
+        else if (receive(attempt))
+            return 1;
         drain();
     }
     return 0;
+}
+
+int ViscaTransport::command(const char* frame, int len, const char* name) {
+    if (frame == nullptr || len <= 0)
+        return 0;
+    return exchange(frame, len, name, [&](int attempt) {
+        const int got = recvData(m_szRecv, 3, kReplyTimeout);
+        if (got != 3) {
+            logRecvFailure(name, attempt, frame, len, m_szRecv, got);
+            return false;
+        }
+        if (isAcknowledge(m_szRecv))
+            return true;
+        m_log.ErrorPrintf("===send:");
+        m_log.recodeArray(frame, len);
+        m_log.ErrorPrintf("===%s(%d times) recv error,recv:0x%x,0x%x,0x%x", name, attempt,
+                          byteAt(m_szRecv, 0), byteAt(m_szRecv, 1), byteAt(m_szRecv, 2));
+        return false;
+    });
 }
 
 int ViscaTransport::inquiry(const char* frame, int len, char* reply, int replyLen,
                             const char* name) {
     if (frame == nullptr || len <= 0 || reply == nullptr || replyLen <= 0 || replyLen > kMaxReply)
         return 0;
-    KVMutexLocker guard(m_lock, __FILE__, __LINE__);
-    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
-        const int sent = m_uart->send(m_nPort, frame, len);
-        if (sent != len) {
-            logSendFailure(name, attempt, sent, frame, len);
-        } else {
-            const int got = recvData(m_szRecv, replyLen, kReplyTimeout);
-            if (got == replyLen) {
-                std::memcpy(reply, m_szRecv, static_cast<std::size_t>(replyLen));
-                return 1;
-            }
+    return exchange(frame, len, name, [&](int attempt) {
+        const int got = recvData(m_szRecv, replyLen, kReplyTimeout);
+        if (got != replyLen) {
             logRecvFailure(name, attempt, frame, len, m_szRecv, got);
+            return false;
         }
-        drain();
-    }
-    return 0;
+        std::memcpy(reply, m_szRecv, static_cast<std::size_t>(replyLen));
+        return true;
+    });
 }
 
 int ViscaTransport::sendWithEcho(const char* frame, int len, const char* name) {

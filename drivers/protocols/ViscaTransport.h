@@ -5,6 +5,8 @@
 #include "platform/IUARTController.h"
 #include "platform/KVMutex.h"
 
+#include <functional>
+
 class ISensorController;
 
 // Every VISCA-speaking driver (block cameras at address 1: commands begin 0x81,
@@ -66,6 +68,11 @@ public:
     static int decodePosition(const char in[4]);
 
 private:
+    // The attempt loop shared by command and inquiry: under the lock, send,
+    // let `receive` read and judge the answer (logging its own failure), and
+    // drain the input before the next attempt.
+    int exchange(const char* frame, int len, const char* name,
+                 const std::function<bool(int attempt)>& receive);
     void drain();
     void logSendFailure(const char* name, int attempt, int sent, const char* frame, int len);
     void logRecvFailure(const char* name, int attempt, const char* frame, int len,
