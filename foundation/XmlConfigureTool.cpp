@@ -3,6 +3,7 @@
 
 #include "platform/ConfigFileText.h"
 #include "platform/KVFile.h"
+#include "platform/XmlText.h"
 
 #include <tinyxml.h>
 
@@ -61,49 +62,103 @@ int readNode(const TiXmlElement& element, XmlConfigureNode& node, int context, s
     return 1;
 }
 
+// Appends `value` as the text of a double-quoted attribute value: markup
+// characters as entities, control characters as character references, every
+// other byte as it stands (the document keeps its encoding).
+void appendEscaped(std::string& out, const std::string& value) {
+    for (const char c : value) {
+        switch (c) {
+        case '&':
+            out += "&amp;";
+            break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
+        case '"':
+            out += "&quot;";
+            break;
+        default:
+            if (static_cast<unsigned char>(c) < 0x20) {
+                char ref[8];
+                std::snprintf(ref, sizeof ref, "&#x%02X;", static_cast<unsigned char>(c));
+                out += ref;
+            } else {
+                out += c;
+            }
+        }
+    }
+}
+
 template <class Source>
-void writeAttributes(TiXmlElement& element, const Source& source) {
+void appendAttributes(std::string& out, const Source& source) {
     std::vector<std::string> names;
     source.getPropertyNames(names);
     for (const auto& name : names) {
         std::string value;
         source.getProperty(name, value);
-        element.SetAttribute(name, value);
+        out += ' ' + name + "=\"";
+        appendEscaped(out, value);
+        out += '"';
     }
 }
 
-// Renders `node` into `element`: items first, then child nodes.
-int writeNode(TiXmlElement& element, const XmlConfigureNode& node) {
-    writeAttributes(element, node);
+// Renders `node` at `depth` (four blanks a level): items first, then child
+// nodes; an element with neither is closed in its start tag.
+int renderNode(std::string& out, const XmlConfigureNode& node, int depth) {
+    if (depth >= kvconfig::MaxXmlDepth)
+        return 0;
+    const std::string indent(4 * static_cast<std::size_t>(depth), ' ');
+    out += indent + '<' + node.getName();
+    appendAttributes(out, node);
     std::vector<SafePointer<XmlConfigureItem>> items;
     node.getItemList(items);
-    for (const auto& item : items) {
-        TiXmlElement itemElement("item");
-        writeAttributes(itemElement, *item);
-        if (element.InsertEndChild(itemElement) == nullptr)
-            return 0;
-    }
     std::vector<SafePointer<XmlConfigureNode>> children;
     node.getChildNodeList(children);
+    if (items.empty() && children.empty()) {
+        out += " />\n";
+        return 1;
+    }
+    out += ">\n";
+    for (const auto& item : items) {
+        out += indent + "    <item";
+        appendAttributes(out, *item);
+        out += " />\n";
+    }
     for (const auto& child : children) {
-        TiXmlNode* inserted = element.InsertEndChild(TiXmlElement(child->getName()));
-        if (inserted == nullptr || writeNode(*inserted->ToElement(), *child) == 0)
+        if (renderNode(out, *child, depth + 1) == 0)
             return 0;
     }
+    out += indent + "</" + node.getName() + ">\n";
     return 1;
 }
 
-int renderDocument(const XmlConfigureNode& root, std::string& text) {
-    TiXmlDocument doc;
-    doc.InsertEndChild(TiXmlDeclaration("1.0", "UTF-8", ""));
-    TiXmlNode* rootElement = doc.InsertEndChild(TiXmlElement(root.getName()));
-    if (rootElement == nullptr || writeNode(*rootElement->ToElement(), root) == 0)
+int renderDocument(const XmlConfigureNode& root, const std::string& encoding, std::string& text) {
+    std::string out = "<?xml version=\"1.0\" encoding=\"" + encoding + "\" ?>\n";
+    if (renderNode(out, root, 0) == 0)
         return 0;
-    TiXmlPrinter printer;
-    printer.SetIndent("    ");
-    doc.Accept(&printer);
-    text = printer.Str();
+    text.swap(out);
     return 1;
+}
+
+// True when `text` reads back into a tree that renders to the same text, that
+// is, into the tree it was rendered from.
+bool readsBack(const std::string& text, std::string& error) {
+    TiXmlDocument doc;
+    std::string encoding;
+    if (kvconfig::parseXmlDocument(text, doc, error, &encoding) == 0)
+        return false;
+    XmlConfigureNode again(doc.RootElement()->ValueStr(), 0);
+    std::string text2;
+    if (readNode(*doc.RootElement(), again, 0, error) == 0 ||
+        renderDocument(again, encoding, text2) == 0 || text2 != text) {
+        if (error.empty())
+            error = "values change when read back";
+        return false;
+    }
+    return true;
 }
 
 bool isRootName(const std::string& name) {
@@ -126,6 +181,7 @@ int XmlConfigureTool::open(const std::string& path, int context, int mode) {
         if (!isRootName(m_strRootName))
             return fail(path, "no valid root node name set for a new document");
         m_objRoot = XmlConfigureNode(m_strRootName, context);
+        m_strEncoding = "UTF-8";
     } else if (load(path, context) == 0) {
         return 0;
     }
@@ -140,13 +196,15 @@ int XmlConfigureTool::load(const std::string& path, int context) {
     if (kvconfig::readWholeFile(path, text, error) == 0)
         return fail(path, error);
     TiXmlDocument doc;
-    if (kvconfig::parseXmlDocument(text, doc, error) == 0)
+    std::string encoding;
+    if (kvconfig::parseXmlDocument(text, doc, error, &encoding) == 0)
         return fail(path, error);
     const TiXmlElement* rootElement = doc.RootElement();
     XmlConfigureNode root(rootElement->ValueStr(), context);
     if (readNode(*rootElement, root, context, error) == 0)
         return fail(path, error);
     m_objRoot = root;
+    m_strEncoding = encoding;
     return 1;
 }
 
@@ -157,10 +215,11 @@ int XmlConfigureTool::close() {
     if (m_nMode == ModeModify || m_nMode == ModeCreate) {
         std::string text;
         KVFile file;
-        if (renderDocument(m_objRoot, text) == 0) {
+        std::string error;
+        if (renderDocument(m_objRoot, m_strEncoding, text) == 0) {
             result = fail(m_strPath, "cannot render the document");
-        } else if (static_cast<long long>(text.size()) > kvconfig::MaxConfigFileBytes) {
-            result = fail(m_strPath, "document too large to write");
+        } else if (!readsBack(text, error)) {
+            result = fail(m_strPath, "not written, it would not read back: " + error);
         } else if (file.open(m_strPath, KVFile::ModeReplace) == 0 ||
                    file.write(text.data(), static_cast<int>(text.size())) !=
                        static_cast<int>(text.size()) ||
@@ -218,5 +277,5 @@ int XmlConfigureTool::getConfigNodeList(std::vector<SafePointer<XmlConfigureNode
 int XmlConfigureTool::getDocumentText(std::string& text) const {
     if (!isOpen())
         return 0;
-    return renderDocument(m_objRoot, text);
+    return renderDocument(m_objRoot, m_strEncoding, text);
 }

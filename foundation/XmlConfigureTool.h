@@ -25,6 +25,13 @@
 // before child nodes, four-blank indent) and replaces the file atomically.
 // Comments and element text are not kept when a document is rewritten.
 //
+// Reading goes through kvconfig::parseXmlDocument (strict, bounded, nesting at
+// most kvconfig::MaxXmlDepth). A rewrite keeps the encoding the document
+// declared (the bytes of a value are written back as they were read), escapes
+// every markup and control character, and is checked by reading it back
+// before the file is replaced: a document that could not be read again, or
+// would read back other values, is not written and close() fails.
+//
 // Lifetime: nodes and items obtained from the tool stay valid (they are
 // reference counted) but are detached from the file once it is closed;
 // changes made through them after close() are not written anywhere.
@@ -83,6 +90,7 @@ private:
 
     std::string m_strPath;
     std::string m_strRootName;
+    std::string m_strEncoding = "UTF-8"; // as declared by the document read
     int m_nMode = 0; // 0 when nothing is open
     XmlConfigureNode m_objRoot;
 };

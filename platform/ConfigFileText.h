@@ -1,24 +1,17 @@
-// Helpers shared by the configuration readers: bounded file reads, strict numbers, safe XML
-// parsing.
+// Helpers shared by the configuration readers: bounded file reads, strict numbers.
 #pragma once
 
 #include <string>
 
-class TiXmlDocument;
-
 // The configuration files (module list, language list, the XML files of the
 // configuration tool) are small, hand-edited and sometimes corrupt. Every
 // reader goes through these helpers so that a truncated, oversized or
-// malicious file gives a clear failure instead of a crash, and so that every
-// reader accepts numbers and white space the same way.
+// malicious file gives a clear failure (XML text goes through XmlText.h) instead of a crash, and so
+// that every reader accepts numbers and white space the same way.
 namespace kvconfig {
 
 // Largest configuration file any reader accepts.
 constexpr long long MaxConfigFileBytes = 4LL * 1024 * 1024;
-
-// Deepest element nesting accepted in an XML text. The XML library parses
-// recursively, so a deeply nested text could otherwise exhaust the stack.
-constexpr int MaxXmlDepth = 64;
 
 // Reads the whole file at a device path (resolved under the platform root)
 // into `text`. Fails, leaving `text` untouched and describing the reason in
@@ -26,11 +19,6 @@ constexpr int MaxXmlDepth = 64;
 // in full.
 int readWholeFile(const std::string& path, std::string& text, std::string& error,
                   long long maxBytes = MaxConfigFileBytes);
-
-// Parses `text` into `doc`. Fails with a reason in `error` when the text is
-// not well-formed, nests deeper than MaxXmlDepth, has no root element, or
-// holds anything but comments and declarations beside its one root element.
-int parseXmlDocument(const std::string& text, TiXmlDocument& doc, std::string& error);
 
 // Strict signed decimal 32-bit integer: optional sign, at least one digit,
 // nothing else (no blanks, no base prefix). Out-of-range values fail.

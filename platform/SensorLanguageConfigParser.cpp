@@ -2,6 +2,7 @@
 #include "platform/SensorLanguageConfigParser.h"
 
 #include "platform/ConfigFileText.h"
+#include "platform/XmlText.h"
 
 #include <tinyxml.h>
 

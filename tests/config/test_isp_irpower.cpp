@@ -136,4 +136,31 @@ TEST(IRPowerDefaultConfigTest, VersionIsCachedAndCreatedOnWrite) {
     EXPECT_EQ(fresh.getVersion(1, kIR, v), -1);
 }
 
+// The version update the system runs at every start never costs the IR table:
+// a document it cannot rewrite faithfully is left alone, one in another
+// encoding is rewritten in that encoding.
+TEST(IRPowerDefaultConfigTest, VersionUpdateKeepsTheTableWhateverTheBytes) {
+    kvtest::TestRoot root;
+    const std::string rows = "<IRPower><item zoomup=\"1\" far=\"1\" mid=\"2\" near=\"3\" "
+                             "note=\"caf\xE9\"/></IRPower>";
+    const std::string undeclared =
+        "<IRConfig><version><item version=\"1\"/></version>" + rows + "</IRConfig>";
+    root.writeFile(kIR, undeclared);
+    IRPowerDefaultConfig config;
+    EXPECT_EQ(config.setVersion(1, kIR, 2), -4);
+    EXPECT_EQ(root.readFile(kIR), undeclared);
+
+    root.writeFile(kIR, "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + undeclared);
+    IRPowerDefaultConfig latin1;
+    EXPECT_EQ(latin1.setVersion(1, kIR, 2), 0);
+    IRPowerDefaultConfig reader;
+    IRPowerParamV2 param;
+    ASSERT_EQ(reader.load(1, kIR, param), 0);
+    std::vector<IRPowerItem> table;
+    param.getIrPower(table);
+    ASSERT_EQ(table.size(), 1u);
+    EXPECT_EQ(table[0], IRPowerItem(1, 1, 2, 3));
+    EXPECT_NE(root.readFile(kIR).find("note=\"caf\xE9\""), std::string::npos);
+}
+
 } // namespace

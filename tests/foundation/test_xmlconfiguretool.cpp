@@ -153,12 +153,24 @@ TEST(XmlConfigureToolTest, ReadModeNeverWritesAndReopeningWritesTheFirstDocument
 
 TEST(XmlConfigureToolTest, BadOpensFailCleanlyAndLeaveTheFile) {
     std::string deep;
-    for (int i = 0; i < 100000; ++i)
+    std::string closing;
+    for (int i = 0; i < 20000; ++i) {
         deep += "<a>";
+        closing += "</a>";
+    }
+    const std::string wellFormedDeep = deep + closing;
     // clang-format off
     const std::string bad[] = {
         "", "garbage", "<r><n></r>", "<r><n a=\"1\" a=\"2\"/></r>", "<r/><r/>",
-        "<r><n><item a=\"1\"><sub/></item></n></r>", std::string("<r>\0</r>", 8), deep};
+        "<r><n><item a=\"1\"><sub/></item></n></r>", std::string("<r>\0</r>", 8), deep,
+        wellFormedDeep, "<?x>" + deep, "<?xml version=\"1.0\"?><r      >\xC2",
+        "<r><n v=\"a&#0;b\"/></r>", "<r><n v=\"&#x110000;\"/></r>", "<r><n v=\"&#xD800;\"/></r>",
+        "<r><n v=\"&#x;\"/></r>", "<r><n v=\"a & b\"/></r>", "<r><n v=\"&nbsp;\"/></r>",
+        "<?xml version=\"1.0\"?><r><?pi a=\">\"?><n/></r>", "<!DOCTYPE r [<!ENTITY e \"x\">]><r/>",
+        // Bytes that are not text in the declared (or default) encoding.
+        "<r><n name=\"caf\xE9\"/></r>", "<?xml version=\"1.0\" encoding=\"US-ASCII\"?><r a=\"\xE9\"/>",
+        "<?xml version=\"1.0\" encoding=\"UTF-16\"?><r/>", "<r a=\"\xC0\xAF\"/>",
+        "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><r a=\"&#x100;\"/>"};
     // clang-format on
     kvtest::TestRoot root;
     XmlConfigureTool tool;
@@ -183,6 +195,57 @@ TEST(XmlConfigureToolTest, BadOpensFailCleanlyAndLeaveTheFile) {
     const std::string printed = capture.text();
     EXPECT_NE(printed.find("invalid root node name \"bad name\""), std::string::npos);
     EXPECT_NE(printed.find("write failed"), std::string::npos);
+}
+
+// Rewrites in modify mode keep every value, whatever the document's encoding,
+// and keep the encoding it declared.
+TEST(XmlConfigureToolTest, RewritesKeepValuesAndEncoding) {
+    struct Case {
+        std::string document;
+        std::string value; // of property "v" of the item of node "n"
+        std::string declaration;
+    };
+    const std::string latin1 = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>";
+    // clang-format off
+    const Case cases[] = {
+        {latin1 + "<r><n><item name=\"caf\xE9\" v=\"\xC4&amp;\"/></n></r>", "\xC4&", "ISO-8859-1"},
+        {"<r><n><item v=\"\xC3\xA9&amp;&#x41;&#10;&#9;&#13;&lt;&quot;\"/></n></r>", "\xC3\xA9&A\n\t\r<\"", "UTF-8"},
+        {"<r><n><item v=\"&amp;#x41;\"/></n></r>", "&#x41;", "UTF-8"},
+        {"\xEF\xBB\xBF<?xml version='1.0' encoding='utf-8'?><r><n><item v='\"&apos;'/></n></r>", "\"'", "utf-8"},
+    };
+    // clang-format on
+    kvtest::TestRoot root;
+    for (const Case& c : cases) {
+        root.writeFile("/cfg/t.xml", c.document);
+        for (int round = 0; round < 3; ++round) {
+            XmlConfigureTool tool;
+            ASSERT_EQ(tool.open("/cfg/t.xml", 1, XmlConfigureTool::ModeModify), 1) << c.document;
+            XmlConfigureNode node;
+            ASSERT_EQ(tool.getConfigNode("n", node), 1);
+            ItemList items;
+            node.getItemList(items);
+            ASSERT_EQ(items.size(), 1u);
+            std::string value;
+            EXPECT_EQ(items[0]->getProperty("v", value), 1);
+            EXPECT_EQ(value, c.value) << c.document << " round " << round;
+            ASSERT_EQ(tool.close(), 1);
+            EXPECT_EQ(root.readFile("/cfg/t.xml")
+                          .rfind("<?xml version=\"1.0\" encoding=\"" + c.declaration + "\" ?>", 0),
+                      0u);
+        }
+    }
+    // A value the document's encoding cannot hold is not written.
+    root.writeFile("/cfg/t.xml", "<?xml version=\"1.0\" encoding=\"US-ASCII\"?><r><n/></r>");
+    XmlConfigureTool tool;
+    ASSERT_EQ(tool.open("/cfg/t.xml", 1, XmlConfigureTool::ModeModify), 1);
+    XmlConfigureNode node;
+    ASSERT_EQ(tool.getConfigNode("n", node), 1);
+    ASSERT_EQ(node.setProperty("v", std::string("\xE9")), 1);
+    kvtest::StdoutCapture capture(STDERR_FILENO);
+    EXPECT_EQ(tool.close(), 0);
+    EXPECT_NE(capture.text().find("not written"), std::string::npos);
+    EXPECT_EQ(root.readFile("/cfg/t.xml"),
+              "<?xml version=\"1.0\" encoding=\"US-ASCII\"?><r><n/></r>");
 }
 
 TEST(XmlConfigureToolTest, NodesStayATree) {

@@ -67,7 +67,10 @@ TEST(ModuleConfigureParserTest, CorruptMissingAndOversizedFilesFailAndKeepTheLis
         m + "<module id=\"x82\"" + all + e, m + "<module id=\"4294967378\"" + all + e,
         m + "<module id=\"1\" id=\"2\"" + all + e, "<moduleConfig/><moduleConfig/>",
         "<moduleConfig/>x<module id=\"1\"" + all, m + std::string(1, '\0') + e, "\xff\xfe garbage",
-        deeplyNested(200000), m + std::string(5 * 1024 * 1024, ' ') + e};
+        deeplyNested(200000), m + std::string(5 * 1024 * 1024, ' ') + e,
+        // A cut multi-byte character, a nesting hidden behind an instruction, a value cut by &#0;.
+        "<?xml version=\"1.0\"?><moduleConfig      >\xC2", "<?x>" + deeplyNested(50000),
+        m + "<module id=\"82\" detail=\"RS485=/dev/ttyS1&#0;;isInfrared=1\" parameters=\"\"/>" + e};
     // clang-format on
     kvtest::TestRoot root;
     std::vector<ModuleConfigure> modules{ModuleConfigure(7, "d", "p")};
