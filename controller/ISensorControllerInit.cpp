@@ -18,6 +18,9 @@ const int kCommandTimeout = 30;
 const int kCommandBufSize = 1024;
 // The one sensor type whose driver sets the status itself once its module is up.
 const int kSelfManagedStatusType = 17;
+// Folders whose files the library replaces (parameter files and sensor.xml;
+// the ISP and IR power tables).
+const char* const kReplacedFileDirs[] = {"/mnt/mtd/code/config_file", "/hd1/program/config"};
 const char* const kRemoveFactoryCommand = "rm /mnt/mtd/code/config_file/sensor_Factory.cfg";
 
 // The scheme window of a scheme file as the scheme record keeps it. The minute
@@ -41,6 +44,10 @@ int ISensorController::init(int videoSystem, ModuleConfigure const& config,
                             VideoResolution const& resolution) {
     m_pErrorLog->init(kErrorLogPath, kLogMaxSize, kLogCount);
     m_pInitLog->init(kInitLogPath, kLogMaxSize, kLogCount);
+    // A cut in the middle of a file replacement leaves its temporary file
+    // behind; nothing writes these folders before this point.
+    for (const char* dir : kReplacedFileDirs)
+        KVFile::removeTemporaries(dir);
 
     ISPParamThreadInit();
 

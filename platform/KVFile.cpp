@@ -9,11 +9,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
+
+// What marks a temporary file of a replacement: ".<name>.kvtmp.XXXXXX".
+const char* const TempMark = ".kvtmp.";
 
 int openRetry(const char* path, int flags) {
     int fd;
@@ -107,7 +111,7 @@ int KVFile::open(const char* path, int mode) {
     std::string tmpl = dirOf(target);
     if (tmpl.back() != '/')
         tmpl += '/';
-    tmpl += "." + base + ".XXXXXX";
+    tmpl += "." + base + TempMark + "XXXXXX";
     const int fd = ::mkostemp(&tmpl[0], O_CLOEXEC);
     if (fd < 0)
         return 0;
@@ -213,6 +217,53 @@ int KVFile::commit() {
     }
     syncDirectory(dirOf(m_strTarget));
     return 1;
+}
+
+int KVFile::copyFile(const std::string& source, const std::string& target) {
+    KVFile in;
+    KVFile out;
+    if (in.open(source, ModeRead) == 0 || out.open(target, ModeReplace) == 0)
+        return 0;
+    char buffer[16 * 1024];
+    out.write(buffer, 0); // even an empty source replaces the target
+    for (;;) {
+        const int count = in.read(buffer, sizeof buffer);
+        if (count < 0 || (count > 0 && out.write(buffer, count) != count)) {
+            out.m_bWriteFailed = true;
+            break;
+        }
+        if (count == 0)
+            break;
+    }
+    return out.close();
+}
+
+void KVFile::syncDirectoryOf(const std::string& path) {
+    syncDirectory(dirOf(kvroot::resolve(path)));
+}
+
+int KVFile::removeTemporaries(const std::string& dir) {
+    const std::string folder = kvroot::resolve(dir);
+    DIR* d = ::opendir(folder.c_str());
+    if (d == nullptr)
+        return 0;
+    int removed = 0;
+    const std::size_t markLength = std::strlen(TempMark);
+    while (const dirent* entry = ::readdir(d)) {
+        const std::string name = entry->d_name;
+        // "." + at least one character + mark + six characters
+        if (name.size() < 2 + markLength + 6 || name[0] != '.' ||
+            name.compare(name.size() - 6 - markLength, markLength, TempMark) != 0)
+            continue;
+        const std::string path = folder + "/" + name;
+        struct stat st {};
+        if (::lstat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && ::unlink(path.c_str()) == 0)
+            ++removed;
+    }
+    ::closedir(d);
+    if (removed > 0)
+        syncDirectory(folder);
+    return removed;
 }
 
 void KVFile::reset() {

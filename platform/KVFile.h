@@ -7,7 +7,7 @@
 // whole and written whole. Reading is a plain open of a regular file.
 // Writing (mode 98) never touches the target until the new content is
 // complete: the bytes go to a hidden temporary file beside the target
-// (".<name>.XXXXXX"), and close() flushes it to the medium and renames it over
+// (".<name>.kvtmp.XXXXXX"), and close() flushes it to the medium and renames it over
 // the target, so a power cut or a killed process leaves either the old file or
 // the new one, never a mix. A write mode object that saw no write() call, or
 // whose writes failed, discards the temporary file at close() and the old file
@@ -53,6 +53,19 @@ public:
     // 1 when the path names an existing entry that is not a directory.
     static int isExist(const char* path);
     static int isExist(const std::string& path);
+
+    // Replaces `target` with a copy of the regular file `source`, as a write in
+    // ModeReplace does (old or new file, never a mix); 1 on success.
+    static int copyFile(const std::string& source, const std::string& target);
+
+    // Makes the directory entries of the folder holding `path` durable (after
+    // a rename or removal done elsewhere).
+    static void syncDirectoryOf(const std::string& path);
+
+    // Removes the temporary files that a cut mid-write left in the folder
+    // `dir` (a device path); returns how many were removed. For start-up,
+    // before anything writes in that folder.
+    static int removeTemporaries(const std::string& dir);
 
 private:
     void reset();

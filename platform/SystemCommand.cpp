@@ -1,6 +1,7 @@
 // The platform's command runner for simple file commands (cp, mv, rm).
 #include "platform/SystemCommand.h"
 
+#include "platform/KVFile.h"
 #include "platform/KVRoot.h"
 
 #include <algorithm>
@@ -13,6 +14,7 @@
 #include <fcntl.h>
 #include <glob.h>
 #include <string>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
@@ -86,25 +88,42 @@ std::string programPath(const std::string& name) {
     return "";
 }
 
+// `text` with every glob metacharacter escaped, so that it matches only itself.
+std::string globLiteral(const std::string& text) {
+    std::string out;
+    for (const char c : text) {
+        if (std::strchr("*?[]\\", c) != nullptr)
+            out += '\\';
+        out += c;
+    }
+    return out;
+}
+
 // Appends the operand to `args` as the program must see it. False when the
-// operand is refused or its expansion failed.
+// operand is refused or its expansion failed. Only the command's own text is
+// a pattern: the root it is mapped under is matched literally, whatever
+// characters its path holds.
 bool addOperand(const std::string& token, std::vector<std::string>& args) {
-    if (token[0] == '-') {
-        args.push_back(token); // an option
+    if (token[0] == '-' || (args[0] == "sleep" && token.find('/') == std::string::npos)) {
+        args.push_back(token); // an option, or a number of seconds
         return true;
     }
-    if (hasDotDot(token))
-        return false; // could leave the root
+    if (token[0] != '/' || hasDotDot(token))
+        return false; // relative, or could leave the root
     const std::string mapped = kvroot::resolve(token);
-    if (!hasPattern(mapped)) {
+    if (!hasPattern(token)) {
         args.push_back(mapped);
         return true;
     }
+    const std::string pattern = globLiteral(mapped.substr(0, mapped.size() - token.size())) + token;
     glob_t g{};
-    const int rc = ::glob(mapped.c_str(), GLOB_NOCHECK, nullptr, &g);
+    const int rc = ::glob(pattern.c_str(), GLOB_NOCHECK, nullptr, &g);
     if (rc == 0) {
-        for (size_t i = 0; i < g.gl_pathc; ++i)
-            args.push_back(g.gl_pathv[i]);
+        for (size_t i = 0; i < g.gl_pathc; ++i) {
+            // An unmatched pattern comes back as given: the mapped literal name.
+            const bool unmatched = g.gl_pathc == 1 && pattern == g.gl_pathv[i];
+            args.push_back(unmatched ? mapped : g.gl_pathv[i]);
+        }
     }
     ::globfree(&g);
     return rc == 0;
@@ -151,6 +170,51 @@ int refuse(const char* command) {
     return -1;
 }
 
+int runProgram(const std::string& program, std::vector<std::string>& args, const char* command,
+               int timeoutSeconds);
+
+bool isRegularFile(const std::string& path) {
+    struct stat st {};
+    return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+bool isDirectory(const std::string& path) {
+    struct stat st {};
+    return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+// "cp" of regular files: each target is replaced as the platform replaces a
+// file (new content beside it, flushed, renamed over it), so that a cut
+// leaves the old or the new file, never a part-written copy. Returns false,
+// leaving the command to the program, when an operand is not a regular file
+// (a directory copy, a missing source) or the target is ambiguous.
+bool copyFiles(const std::vector<std::string>& args, int& status) {
+    std::vector<std::string> operands;
+    for (size_t i = 1; i < args.size(); ++i) {
+        if (args[i][0] != '-')
+            operands.push_back(args[i]);
+    }
+    if (operands.size() < 2)
+        return false;
+    const std::string target = operands.back();
+    operands.pop_back();
+    const bool intoFolder = isDirectory(target);
+    if (!intoFolder && operands.size() != 1)
+        return false;
+    for (const std::string& source : operands) {
+        if (!isRegularFile(source))
+            return false;
+    }
+    status = 0;
+    for (const std::string& source : operands) {
+        const std::string to =
+            intoFolder ? target + "/" + source.substr(source.rfind('/') + 1) : target;
+        if (KVFile::copyFile(source, to) == 0)
+            status = 1;
+    }
+    return true;
+}
+
 } // namespace
 
 void sy_system_setTestMode(bool allowSleep, int msPerTimeoutSecond) {
@@ -177,6 +241,26 @@ int sy_system(const char* command, int timeoutSeconds) {
             return refuse(command);
     }
 
+    if (tokens[0] == "cp") {
+        int status = 0;
+        if (copyFiles(args, status))
+            return status;
+    }
+    const int status = runProgram(program, args, command, timeoutSeconds);
+    if (status == 0 && (tokens[0] == "mv" || tokens[0] == "rm")) {
+        // The renames and removals are made durable, as a replacement is.
+        for (size_t i = 1; i < args.size(); ++i) {
+            if (args[i][0] != '-')
+                KVFile::syncDirectoryOf(args[i]);
+        }
+    }
+    return status;
+}
+
+namespace {
+
+int runProgram(const std::string& program, std::vector<std::string>& args, const char* command,
+               int timeoutSeconds) {
     // Everything the child needs is prepared before fork: it must not allocate.
     std::vector<char*> argv;
     for (std::string& a : args)
@@ -217,3 +301,5 @@ int sy_system(const char* command, int timeoutSeconds) {
     std::fflush(stdout);
     return -1;
 }
+
+} // namespace

@@ -55,8 +55,8 @@ public:
     int enterAutoMode() override;
 
     // VISCA exchanges (command with acknowledge, inquiry) and reply readers.
-    int setParameterValue(const char* frame, int length);
-    int getParameterValue(const char* frame, int length, char* reply, int replyLength);
+    int setParameterValue(const char* frame, int length) override;
+    int getParameterValue(const char* frame, int length, char* reply, int replyLength) override;
     int recvData(char* buffer, int length, int timeout);
     int getRealData(char* buffer, int maxLength, int timeout);
 

@@ -1,4 +1,5 @@
 // Tests of sy_system: cp/mv/rm under the root, globbing, refusals and time-outs.
+#include "platform/KVRoot.h"
 #include "platform/SystemCommand.h"
 
 #include "support/TestRoot.h"
@@ -49,6 +50,26 @@ TEST(SySystem, GlobsExpandAfterMappingAndUnmatchedPatternsStayLiteral) {
     root.writeFile(kDir + "odd*.cfg", "literal");
     EXPECT_EQ(sy_system("cp /cfg/odd*.cfg /other/odd.cfg", 30), 0);
     EXPECT_EQ(root.readFile("/other/odd.cfg"), "literal");
+}
+
+// A root whose own path holds pattern characters is matched literally: the
+// commands never reach the sibling folders such a pattern would match.
+TEST(SySystem, PatternCharactersInTheRootStayLiteral) {
+    kvtest::TestRoot outer;
+    const std::string root = outer.path("/r[1]*?");
+    const std::string sibling = "/r1xy/cfg/";
+    outer.writeFile("/r[1]*?/cfg/sensor1.cfg", "(1,5)");
+    outer.writeFile(sibling + "sensor1.cfg", "sibling");
+    outer.writeFile(sibling + "sensor2.cfg", "sibling");
+    kvroot::setRoot(root);
+    EXPECT_EQ(sy_system("cp /cfg/sensor1.cfg /cfg/sensor2.cfg", 30), 0);
+    EXPECT_EQ(sy_system("rm /cfg/sensor*.cfg -rf", 30), 0);
+    EXPECT_EQ(sy_system("cp cfg/sensor1.cfg /cfg/x.cfg", 30), -1); // relative: refused
+    kvroot::setRoot(outer.dir());
+    EXPECT_FALSE(outer.exists("/r[1]*?/cfg/sensor1.cfg"));
+    EXPECT_FALSE(outer.exists("/r[1]*?/cfg/sensor2.cfg"));
+    EXPECT_EQ(outer.readFile(sibling + "sensor1.cfg"), "sibling");
+    EXPECT_EQ(outer.readFile(sibling + "sensor2.cfg"), "sibling");
 }
 
 TEST(SySystem, RefusesAnythingButPlainFileCommands) {
