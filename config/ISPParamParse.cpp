@@ -15,9 +15,15 @@ int ISPParamParse::parse() {
         std::printf("open %s failed\n", "sensor.xml");
         return 0;
     }
+    // Whatever the file lacks is simply not there: a file without "config"
+    // holds no tables, a group without a readable "enable" is disabled, a
+    // band without limits covers no level (0..0), an item without a name or a
+    // numeric value is stored as "" or 0. Only a refused set fails the parse.
     XmlConfigureNode config;
-    if (tool.getConfigNode("config", config) == 0)
-        return 0;
+    if (tool.getConfigNode("config", config) == 0) {
+        tool.close();
+        return 1;
+    }
     config.getProperty("time", m_nDelayTime);
     config.getProperty("realTimeUpdate", m_bRealTimeUpdate);
 
@@ -26,28 +32,25 @@ int ISPParamParse::parse() {
     for (const auto& groupNode : groups) {
         const std::string group = groupNode->getName();
         bool enabled = false;
-        if (groupNode->getProperty("enable", enabled) != 0)
-            m_objISPParam.setEnableFlag(group, enabled);
+        groupNode->getProperty("enable", enabled);
+        m_objISPParam.setEnableFlag(group, enabled);
 
         std::vector<SafePointer<XmlConfigureNode>> bands;
         groupNode->getChildNodeList(bands);
         for (const auto& bandNode : bands) {
             const std::string band = bandNode->getName();
             int min = 0, max = 0;
-            const bool limitsRead =
-                bandNode->getProperty("min", min) != 0 && bandNode->getProperty("max", max) != 0;
+            bandNode->getProperty("min", min);
+            bandNode->getProperty("max", max);
 
             std::vector<SafePointer<XmlConfigureItem>> items;
             bandNode->getItemList(items);
             for (const auto& item : items) {
                 std::string name;
                 int value = 0;
-                // A band without limits or an item without a name or a
-                // numeric value cannot be stored: it fails like a refused set.
-                const bool itemRead =
-                    item->getProperty("name", name) != 0 && item->getProperty("value", value) != 0;
-                if (!limitsRead || !itemRead ||
-                    m_objISPParam.setParam(group, band, min, max, name, value) == 0) {
+                item->getProperty("name", name);
+                item->getProperty("value", value);
+                if (m_objISPParam.setParam(group, band, min, max, name, value) == 0) {
                     std::printf("m_objISPParam.setParam:%s,%s,%d,%d,%s,%d \n", group.c_str(),
                                 band.c_str(), min, max, name.c_str(), value);
                     return 0;

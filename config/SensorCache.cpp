@@ -62,7 +62,10 @@ int SensorCache::getSensorValues(const std::set<int>& ids, std::string& text) {
     return 1;
 }
 
+// Unlike the set form, one locked step: the values come from one state of
+// the table (the lock is recursive, so the per-id lookups nest).
 int SensorCache::getSensorValues(const std::string& idList, std::string& text) {
+    KVMutexLocker lock(m_mutex, __FILE__, __LINE__);
     std::set<int> ids;
     if (SensorParameterParser::parseParameterIdList(idList, ids) == 0) {
         std::printf("________SensorParameterParser::parseParameterIdList(%s) failed\n",

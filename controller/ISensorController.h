@@ -19,6 +19,7 @@
 #include <atomic>
 #include <cstdarg>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -232,6 +233,10 @@ protected:
     // Reads the ISP value `name` for the scheme and level (-100: none).
     int lookupISPValue(std::string const& scheme, std::string const& name, int level);
     void writeLog(SafePointer<SensorLog>& log, const char* tag, const char* format, va_list args);
+    // hour*100 + minute into `time`; a time that does not fit an int is
+    // refused with "<setter>(<changed>) is out of range".
+    static bool composeTime(ISensorController& controller, const char* setter, int changed,
+                            long long hour, long long minute, int& time);
 
     int m_nSensorType;
     KVMutex m_mutex;
@@ -276,6 +281,10 @@ protected:
     // Number of schemes (the last one all-day), from the module parameter
     // text key "ParamSchemeNum" at init; kDefaultParamSchemeNum otherwise.
     int m_nParamSchemeNum = kDefaultParamSchemeNum;
+    // Ids whose last set failed in setParameterToSensor: the module may or
+    // may not have taken the value, so the next set of the id is sent even
+    // when it equals the last-applied value. Guarded by m_paramMutex.
+    std::set<int> m_setUnconfirmedIds;
 
     // Day/night state, guarded by m_DNMutex.
     int m_nDayNightMode = 0;

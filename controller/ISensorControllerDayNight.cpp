@@ -9,14 +9,6 @@
 
 namespace {
 
-// Hours and minutes of the switch times; 24 lets a time of 2400 mean "never".
-bool isValidHour(int hour) {
-    return hour >= 0 && hour <= 24;
-}
-bool isValidMinute(int minute) {
-    return minute >= 0 && minute <= 59;
-}
-
 // The pause between the two GPIO moves of an IR-cut switch, and after a failed one.
 void waitBetweenMoves() {
     KovantTime::wait(KovantTime(0, 100000));
@@ -74,43 +66,39 @@ int ISensorController::getDNSwitchDelay(int& seconds) {
 }
 
 int ISensorController::setDTNTime_H(int hour) {
-    if (!isValidHour(hour)) {
-        ErrorPrintf("setDTNTime_H(%d) is out of range", hour);
-        return 0;
-    }
     KVMutexLocker lock(m_DNMutex, "ISensorController.cpp", __LINE__);
-    return applyTimeEdit(*this, {&m_nDTNTime, &m_nNTDTime, "set DTN time:%d\n"},
-                         hour * 100 + m_nDTNTime % 100, m_bisInited && !m_bisReset);
+    int time = 0;
+    if (!composeTime(*this, "setDTNTime_H", hour, hour, m_nDTNTime % 100, time))
+        return 0;
+    return applyTimeEdit(*this, {&m_nDTNTime, &m_nNTDTime, "set DTN time:%d\n"}, time,
+                         m_bisInited && !m_bisReset);
 }
 
 int ISensorController::setDTNTime_M(int minute) {
-    if (!isValidMinute(minute)) {
-        ErrorPrintf("setDTNTime_M(%d) is out of range", minute);
-        return 0;
-    }
     KVMutexLocker lock(m_DNMutex, "ISensorController.cpp", __LINE__);
-    return applyTimeEdit(*this, {&m_nDTNTime, &m_nNTDTime, "set DTN time:%d\n"},
-                         m_nDTNTime / 100 * 100 + minute, m_bisInited && !m_bisReset);
+    int time = 0;
+    if (!composeTime(*this, "setDTNTime_M", minute, m_nDTNTime / 100, minute, time))
+        return 0;
+    return applyTimeEdit(*this, {&m_nDTNTime, &m_nNTDTime, "set DTN time:%d\n"}, time,
+                         m_bisInited && !m_bisReset);
 }
 
 int ISensorController::setNTDTime_H(int hour) {
-    if (!isValidHour(hour)) {
-        ErrorPrintf("setNTDTime_H(%d) is out of range", hour);
-        return 0;
-    }
     KVMutexLocker lock(m_DNMutex, "ISensorController.cpp", __LINE__);
-    return applyTimeEdit(*this, {&m_nNTDTime, &m_nDTNTime, "set NTD time:%d\n"},
-                         hour * 100 + m_nNTDTime % 100, m_bisInited && !m_bisReset);
+    int time = 0;
+    if (!composeTime(*this, "setNTDTime_H", hour, hour, m_nNTDTime % 100, time))
+        return 0;
+    return applyTimeEdit(*this, {&m_nNTDTime, &m_nDTNTime, "set NTD time:%d\n"}, time,
+                         m_bisInited && !m_bisReset);
 }
 
 int ISensorController::setNTDTime_M(int minute) {
-    if (!isValidMinute(minute)) {
-        ErrorPrintf("setNTDTime_M(%d) is out of range", minute);
-        return 0;
-    }
     KVMutexLocker lock(m_DNMutex, "ISensorController.cpp", __LINE__);
-    return applyTimeEdit(*this, {&m_nNTDTime, &m_nDTNTime, "set NTD time:%d\n"},
-                         m_nNTDTime / 100 * 100 + minute, m_bisInited && !m_bisReset);
+    int time = 0;
+    if (!composeTime(*this, "setNTDTime_M", minute, m_nNTDTime / 100, minute, time))
+        return 0;
+    return applyTimeEdit(*this, {&m_nNTDTime, &m_nDTNTime, "set NTD time:%d\n"}, time,
+                         m_bisInited && !m_bisReset);
 }
 
 // The getters report the factory times 18:00 and 06:00, not the stored ones.

@@ -86,24 +86,13 @@ int ISensorController::init(int videoSystem, ModuleConfigure const& config,
     if (initConfigFile() == 0)
         InitPrintf("initConfigFile failed");
 
-    // In automatic mode the scheme whose window holds the time of day (made
-    // the scheme in force); in
-    // manual mode the scheme chosen by hand, so that the values applied are
-    // the ones a later flush writes back to that scheme's file.
-    int scheme = 0;
+    // The text of the scheme whose window holds the time of day, in either
+    // mode. Which scheme is in force, and sensor.xml, stay as they are: in
+    // automatic mode the worker's first pass makes the switch, with its file
+    // update and log line.
+    int scheme = -1;
     std::string text;
-    if (m_nParamMode == 0 && isValidScheme(m_nParamScheme)) {
-        readParamByScheme(m_nParamScheme, text);
-    } else if (readCurrentParam(scheme, text) != 0 && scheme != m_nParamScheme) {
-        // The scheme whose values are applied now is the one in force; else
-        // the worker's first pass would switch to it again and re-apply its
-        // file over whatever the host has set in the meantime.
-        {
-            KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
-            m_nParamScheme = scheme;
-        }
-        setParamSchemeToFile(scheme);
-    }
+    readCurrentParam(scheme, text);
     if (setParameters(text) == 0)
         InitPrintf("setParameters failed");
 
@@ -217,12 +206,8 @@ int ISensorController::initConfigFile() {
                 ErrorPrintf("initConfigFile: SchemeIndex(%d) is out of range", scheme);
         }
         int mode = 1;
-        if (getParamSchemeModeFromFile(mode) != 0) {
-            if (mode == 0 || mode == 1)
-                m_nParamMode = mode;
-            else
-                ErrorPrintf("initConfigFile: SchemeMode(%d) is out of range", mode);
-        }
+        if (getParamSchemeModeFromFile(mode) != 0)
+            m_nParamMode = mode;
     }
 
     const std::string factoryPath = m_pFactoryConfigFile->getFilePath();

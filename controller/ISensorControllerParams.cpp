@@ -30,10 +30,9 @@ bool hasNoISPTuning(int sensorType) {
 int ISensorController::setParameters(std::string const& text) {
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
     m_pSensorCache->clear();
-    if (m_pSensorCache->setSensorValues(text) == 0) {
-        ErrorPrintf("setSensorValues failed");
-        return 0;
-    }
+    // A text that does not parse fills nothing and so applies nothing; the
+    // result only reports ids that failed.
+    m_pSensorCache->setSensorValues(text);
     // Take the pairs out first: a driver's setter may use the working cache,
     // which would move the shared cursor under our feet.
     std::vector<std::pair<int, int>> pairs;
@@ -57,7 +56,9 @@ int ISensorController::setParameter(int id, int value) {
     if (id == kVersionId || id == kVersion2Id)
         return 1;
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
-    if (m_pLastSensorCache->isEqualToCache(id, value) != 0)
+    // An unconfirmed id is sent again whatever the cache holds: its last set
+    // may have reached the module although no acknowledge came back.
+    if (m_setUnconfirmedIds.count(id) == 0 && m_pLastSensorCache->isEqualToCache(id, value) != 0)
         return 1;
 
     // The last scheme is the all-day one: always enabled, 00:00 to 24:00.
@@ -67,9 +68,12 @@ int ISensorController::setParameter(int id, int value) {
     }
 
     if (setParameterToSensor(id, value) != 1) {
+        // The stored value stays in the last-applied cache (a flush saves it).
+        m_setUnconfirmedIds.insert(id);
         ErrorPrintf("setParameterToSensor (%d,%d) failed", id, value);
         return 0;
     }
+    m_setUnconfirmedIds.erase(id);
 
     switch (m_pIdManager->getIdType(id)) {
     case IdManager::Common:
@@ -115,9 +119,6 @@ int ISensorController::getAllParameters(std::string& out) {
         ErrorPrintf("stop PTZ @getAllParameters failed");
         return 0;
     }
-    // Held from the snapshot to the refill, so a value applied meanwhile by
-    // another thread cannot be overwritten by a refresh taken before it.
-    KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
     std::string text;
     if (m_pLastSensorCache->getAllSensorValues(text) == 0) {
         ErrorPrintf("getAllSensorValues failed");
@@ -128,8 +129,10 @@ int ISensorController::getAllParameters(std::string& out) {
         ErrorPrintf("UpdateParameters() failed");
         return 0;
     }
-    // Check the refreshed text before emptying the cache, so that a driver
-    // handing back garbage cannot wipe the last-applied values.
+    // The module I/O of the refresh runs unlocked; the refill is one locked
+    // step. The refreshed text is checked before the cache is emptied, so a
+    // driver handing back garbage cannot wipe the last-applied values.
+    KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
     std::map<int, int> check;
     if (SensorParameterParser::parseSensorParameter(text, check) == 0) {
         ErrorPrintf("setSensorValues failed");

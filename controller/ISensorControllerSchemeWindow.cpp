@@ -1,6 +1,7 @@
 // Controller ids 500..504: enable flag and time window of the scheme in force.
 #include "controller/ISensorController.h"
 
+#include <climits>
 #include <cstdio>
 
 // Applying a scheme's text sends its ids 500..504 through these setters, in
@@ -17,20 +18,23 @@ namespace {
 const char* const kStartAfterEnd = "failed:startTime(%d) > endTime(%d)\n";
 constexpr int kDayEnd = 2400;
 
-bool isValidHour(int hour) {
-    return hour >= 0 && hour <= 24;
-}
-bool isValidMinute(int minute) {
-    return minute >= 0 && minute <= 59;
-}
-
 } // namespace
 
-int ISensorController::setEnableParam(int flag) {
-    if (flag != 0 && flag != 1) {
-        ErrorPrintf("setEnableParam(%d) is out of range", flag);
-        return 0;
+// Hours and minutes are not range-checked here: the refusals of the window
+// and switch-time setters are the start-after-end, equal-times and past-24:00
+// rules. Only a time that does not fit an int at all is refused.
+bool ISensorController::composeTime(ISensorController& controller, const char* setter, int changed,
+                                    long long hour, long long minute, int& time) {
+    const long long value = hour * 100 + minute;
+    if (value < INT_MIN || value > INT_MAX) {
+        controller.ErrorPrintf("%s(%d) is out of range", setter, changed);
+        return false;
     }
+    time = static_cast<int>(value);
+    return true;
+}
+
+int ISensorController::setEnableParam(int flag) {
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
     setParamSchemeEnableFlag(m_nParamScheme, flag);
     return 1;
@@ -43,12 +47,10 @@ int ISensorController::getEnableParam(int& flag) {
 }
 
 int ISensorController::setParamStartTime_H(int hour) {
-    if (!isValidHour(hour)) {
-        ErrorPrintf("setParamStartTime_H(%d) is out of range", hour);
-        return 0;
-    }
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
-    const int time = hour * 100 + m_nParamSchemeStartTime % 100;
+    int time = 0;
+    if (!composeTime(*this, "setParamStartTime_H", hour, hour, m_nParamSchemeStartTime % 100, time))
+        return 0;
     if (m_bisInited && !m_bisReset && time > m_nParamSchemeEndTime) {
         ErrorPrintf(kStartAfterEnd, time, m_nParamSchemeEndTime);
         return 0;
@@ -64,12 +66,11 @@ int ISensorController::setParamStartTime_H(int hour) {
 }
 
 int ISensorController::setParamStartTime_M(int minute) {
-    if (!isValidMinute(minute)) {
-        ErrorPrintf("setParamStartTime_M(%d) is out of range", minute);
-        return 0;
-    }
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
-    const int time = m_nParamSchemeStartTime / 100 * 100 + minute;
+    int time = 0;
+    if (!composeTime(*this, "setParamStartTime_M", minute, m_nParamSchemeStartTime / 100, minute,
+                     time))
+        return 0;
     if (m_bisInited && !m_bisReset && time > m_nParamSchemeEndTime) {
         ErrorPrintf(kStartAfterEnd, time, m_nParamSchemeEndTime);
         return 0;
@@ -86,12 +87,10 @@ int ISensorController::setParamStartTime_M(int minute) {
 }
 
 int ISensorController::setParamEndTime_H(int hour) {
-    if (!isValidHour(hour)) {
-        ErrorPrintf("setParamEndTime_H(%d) is out of range", hour);
-        return 0;
-    }
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
-    const int time = hour * 100 + m_nParamSchemeEndTime % 100;
+    int time = 0;
+    if (!composeTime(*this, "setParamEndTime_H", hour, hour, m_nParamSchemeEndTime % 100, time))
+        return 0;
     if (m_bisInited && !m_bisReset && m_nParamSchemeStartTime > time) {
         ErrorPrintf(kStartAfterEnd, m_nParamSchemeStartTime, time);
         return 0;
@@ -106,12 +105,10 @@ int ISensorController::setParamEndTime_H(int hour) {
 }
 
 int ISensorController::setParamEndTime_M(int minute) {
-    if (!isValidMinute(minute)) {
-        ErrorPrintf("setParamEndTime_M(%d) is out of range", minute);
-        return 0;
-    }
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
-    const int time = m_nParamSchemeEndTime / 100 * 100 + minute;
+    int time = 0;
+    if (!composeTime(*this, "setParamEndTime_M", minute, m_nParamSchemeEndTime / 100, minute, time))
+        return 0;
     if (m_bisInited && !m_bisReset && m_nParamSchemeStartTime > time) {
         ErrorPrintf(kStartAfterEnd, m_nParamSchemeStartTime, time);
         return 0;
@@ -126,44 +123,30 @@ int ISensorController::setParamEndTime_M(int minute) {
     return setParamSchemeEndTime(m_nParamScheme, time);
 }
 
-// The getters read the record of the scheme in force (what the time switching
-// uses); before the scheme list exists they fall back to the edited window.
-namespace {
-
-int windowTime(const std::vector<std::unique_ptr<ParamScheme>>& records, int scheme, bool start,
-               int fallback) {
-    if (scheme < 0 || static_cast<std::size_t>(scheme) >= records.size())
-        return fallback;
-    int time = 0;
-    if (start)
-        records[static_cast<std::size_t>(scheme)]->getStartTime(time);
-    else
-        records[static_cast<std::size_t>(scheme)]->getEndTime(time);
-    return time;
-}
-
-} // namespace
-
+// The getters report the window of the scheme in force as edited through
+// ids 501..504. Until a scheme's window ids have been applied that is the
+// impossible 66:00-88:00, so a factory file built from these getters carries
+// a window that never matches the time of day.
 int ISensorController::getParamStartTime_H(int& hour) {
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
-    hour = windowTime(m_vecParamScheme, m_nParamScheme, true, m_nParamSchemeStartTime) / 100;
+    hour = m_nParamSchemeStartTime / 100;
     return 1;
 }
 
 int ISensorController::getParamStartTime_M(int& minute) {
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
-    minute = windowTime(m_vecParamScheme, m_nParamScheme, true, m_nParamSchemeStartTime) % 100;
+    minute = m_nParamSchemeStartTime % 100;
     return 1;
 }
 
 int ISensorController::getParamEndTime_H(int& hour) {
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
-    hour = windowTime(m_vecParamScheme, m_nParamScheme, false, m_nParamSchemeEndTime) / 100;
+    hour = m_nParamSchemeEndTime / 100;
     return 1;
 }
 
 int ISensorController::getParamEndTime_M(int& minute) {
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
-    minute = windowTime(m_vecParamScheme, m_nParamScheme, false, m_nParamSchemeEndTime) % 100;
+    minute = m_nParamSchemeEndTime % 100;
     return 1;
 }

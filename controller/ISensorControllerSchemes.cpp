@@ -124,8 +124,8 @@ int ISensorController::createSensorXML() {
     return 1;
 }
 
-// A stored index or mode that this controller cannot use is reported as a
-// failure, so the caller keeps its own value.
+// A stored index that this controller cannot use is reported as a failure,
+// so the caller keeps its own value. Any stored mode is taken: only 0 is manual.
 int ISensorController::getParamSchemeFromFile(int& scheme) {
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
     int value = 0;
@@ -141,8 +141,6 @@ int ISensorController::getParamSchemeModeFromFile(int& mode) {
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
     int value = 0;
     if (readSchemeItem(*this, kSensorXmlPath, kSchemeModeItem, value) == 0)
-        return 0;
-    if (value != 0 && value != 1)
         return 0;
     mode = value;
     return 1;
@@ -186,10 +184,7 @@ int ISensorController::getParamScheme(int& scheme) {
 
 int ISensorController::setParamMode(int mode) {
     std::printf("ISensorController::setParamMode:%d\n", mode);
-    if (mode != 0 && mode != 1) {
-        ErrorPrintf("setParamMode(%d) is out of range", mode);
-        return 0;
-    }
+    // Any mode is stored; every mode but 0 switches by time.
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
     if (setParamSchemeModeToFile(mode) == 0) {
         ErrorPrintf("setParamSchemeModeToFile @setParamMode failed");
@@ -216,16 +211,12 @@ int ISensorController::getParamSchemeNum(int& count) {
 
 int ISensorController::switchParam(int scheme) {
     KVMutexLocker lock(m_paramMutex, "ISensorController.cpp", __LINE__);
-    if (!isValidScheme(scheme)) {
-        ErrorPrintf("switchParam(%d) is out of range", scheme);
-        return 0;
-    }
     reInitSchemeTimeMember();
+    // A file that cannot be read (or an index without one, which the reader
+    // reports) leaves the text empty: nothing is applied, and only a failing
+    // id fails the switch.
     std::string text;
-    if (readParamByScheme(scheme, text) == 0) {
-        ErrorPrintf("readParamByScheme @switchParam failed");
-        return 0;
-    }
+    readParamByScheme(scheme, text);
     std::printf("switch param(p_Scheme=%d):\n %s\n", scheme, text.c_str());
     if (setParameters(text) == 0) {
         ErrorPrintf("setParameters @switchParam failed");
@@ -285,7 +276,8 @@ int ISensorController::readCurrentParam(int& scheme, std::string& text) {
         m_vecParamScheme[i]->getEndTime(end);
         if (enabled != 0 && start <= now && now <= end) {
             scheme = static_cast<int>(i);
-            return m_vecSchemeConfigFile[i]->readParametersFromFile(text);
+            m_vecSchemeConfigFile[i]->readParametersFromFile(text);
+            return 1;
         }
     }
     m_pFactoryConfigFile->readParametersFromFile(text);

@@ -35,15 +35,9 @@ int AmbaS2FBS8300SenseController::setDayNightMode(int mode) {
     }
     KVMutexLocker lock(m_DNMutex, kFile, __LINE__);
     m_nModuleDayNightMode = mode;
-    // Stores the base mode and restarts the switch delay.
-    const int result = ISensorController::setDayNightMode(baseMode);
-    if (mode == 3 || mode == 4) {
-        // The picture is already switched: record it as carried out for this
-        // mode, so the worker's next day/night pass does not send it again.
-        m_nDNState = mode == 3 ? 1 : 0;
-        m_nLastDayNightMode = baseMode;
-    }
-    return result;
+    // Stores the base mode and restarts the switch delay, nothing more: the
+    // worker's next day/night pass runs the whole switch for the new mode.
+    return ISensorController::setDayNightMode(baseMode);
 }
 
 int AmbaS2FBS8300SenseController::initAutoDNStatus() {
@@ -71,10 +65,7 @@ int AmbaS2FBS8300SenseController::turnPictureToNight() {
         return 0;
     if (!m_objIr.isPWMEnabled())
         m_objIr.onNight();
-    // No DC text configured: the module keeps its current DC setting.
-    if (!m_strDCNight.empty() && sendDCFrame(m_strDCNight) == 0)
-        return 0;
-    return 1;
+    return sendDCFrame(m_nDCNight);
 }
 
 // Day: filter in, LEDs off, day DC.
@@ -83,9 +74,7 @@ int AmbaS2FBS8300SenseController::turnPictureToDay() {
         return 0;
     if (m_objIr.isPWMEnabled())
         m_objIr.onDay();
-    if (!m_strDCDay.empty() && sendDCFrame(m_strDCDay) == 0)
-        return 0;
-    return 1;
+    return sendDCFrame(m_nDCDay);
 }
 
 int AmbaS2FBS8300SenseController::getDNStatusFromLDR(int& status) {
@@ -148,4 +137,28 @@ int AmbaS2FBS8300SenseController::initIRPowerParamV2Config() {
 
 int AmbaS2FBS8300SenseController::IrLedContrlThreadBody() {
     return m_objIr.irLedPass();
+}
+
+int AmbaS2FBS8300SenseController::initPWM() {
+    return m_objIr.initPWM();
+}
+
+int AmbaS2FBS8300SenseController::openPWM() {
+    return m_objIr.openPWM();
+}
+
+int AmbaS2FBS8300SenseController::closePWM() {
+    return m_objIr.closePWM();
+}
+
+int AmbaS2FBS8300SenseController::setPWM(int fd, int percent) {
+    return m_objIr.setPWM(fd, percent);
+}
+
+int AmbaS2FBS8300SenseController::getRealPWM(int percent) {
+    return ZoomIrIllumination::getRealPWM(percent);
+}
+
+int AmbaS2FBS8300SenseController::getIRPowerItem(int ratio, IRPowerItem& item) {
+    return m_objIr.getIRPowerItem(ratio, item);
 }

@@ -10,7 +10,6 @@ const int kZoomTable[] = {16384, 24576, 27264, 28672, 29440, 30016,
                           30400, 30720, 30912, 31104, 31232, 31424};
 
 constexpr int kMaxDriveSpeed = 8;
-constexpr int kMaxPosition = 0xFFFF;
 constexpr int kPositionReplyLength = 7; // 90 50 0p 0q 0r 0s FF
 
 bool isPositionReply(const char* reply) {
@@ -43,10 +42,6 @@ int AmbaS2FBS8300SenseController::StopZoomContrl() {
 }
 
 int AmbaS2FBS8300SenseController::setZoomValue(int position) {
-    if (position < 0 || position > kMaxPosition) {
-        ErrorPrintf("setZoomValue(%d) is out of range", position);
-        return 0;
-    }
     char frame[9] = {char(0x81), 0x01, 0x04, 0x47, 0, 0, 0, 0, char(0xFF)};
     ViscaTransport::encodePosition(position, frame + 4);
     return setParameterValue(frame, int(sizeof frame));
@@ -99,10 +94,6 @@ int AmbaS2FBS8300SenseController::StopFocusContrl() {
 }
 
 int AmbaS2FBS8300SenseController::setFocusValue(int position) {
-    if (position < 0 || position > kMaxPosition) {
-        ErrorPrintf("setFocusValue(%d) is out of range", position);
-        return 0;
-    }
     char frame[9] = {char(0x81), 0x01, 0x04, 0x48, 0, 0, 0, 0, char(0xFF)};
     ViscaTransport::encodePosition(position, frame + 4);
     return setParameterValue(frame, int(sizeof frame));
@@ -122,10 +113,6 @@ int AmbaS2FBS8300SenseController::getFocusValue(int& position) {
 }
 
 int AmbaS2FBS8300SenseController::setZoomAndFocusValue(int zoom, int focus) {
-    if (zoom < 0 || zoom > kMaxPosition || focus < 0 || focus > kMaxPosition) {
-        ErrorPrintf("setZoomAndFocusValue(%d,%d) is out of range", zoom, focus);
-        return 0;
-    }
     // One frame moves both: the zoom position's nibbles, then the focus position's.
     char frame[13] = {char(0x81), 0x01, 0x04, 0x47};
     ViscaTransport::encodePosition(zoom, frame + 4);

@@ -377,8 +377,9 @@ int AmbaS2FBS8300SenseController::setManualNoiseReduction(int value) {
 }
 
 int AmbaS2FBS8300SenseController::setNoiseReductionMode(int mode) {
-    // 1 automatic, 2 manual; any other value is a fixed module level 0..5.
-    if (mode < 0 || mode > 5) {
+    // 1 automatic, 2 manual; any other value is sent as the module's level
+    // byte, unless that byte would be the terminator FF.
+    if (mode != 1 && mode != 2 && (mode & 0xFF) == 0xFF) {
         ErrorPrintf("setNoiseReductionMode(%d) is out of range", mode);
         return 0;
     }

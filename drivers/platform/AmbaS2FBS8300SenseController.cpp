@@ -1,14 +1,13 @@
 // FBS8300 controller: start-up, module control, 2A link.
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
 
+#include "platform/ConfigFileText.h"
 #include "platform/KovantTime.h"
 #include "platform/ModuleParameterParser.h"
 #include "platform/kvia.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <vector>
 
 namespace AmbaS2FBS8300_TOOL {
@@ -64,10 +63,26 @@ int byteAt(const char* data, int index) {
     return static_cast<uint8_t>(data[index]);
 }
 
-// 90 51 FF or 90 52 FF: a command finished.
-bool isCompletion(const char* data) {
-    return byteAt(data, 0) == 0x90 && (byteAt(data, 1) & 0xF0) == 0x50 && byteAt(data, 2) == 0xFF;
+// Exactly `count` decimal integers separated by commas (blanks around each
+// allowed), nothing before or after: "9600,8,0,1xyz" is not four numbers.
+bool parseIntList(const std::string& text, int* values, int count) {
+    std::string::size_type begin = 0;
+    for (int i = 0; i < count; ++i) {
+        const std::string::size_type comma = text.find(',', begin);
+        const bool last = i == count - 1;
+        if (last != (comma == std::string::npos))
+            return false;
+        const std::string field = text.substr(begin, last ? std::string::npos : comma - begin);
+        if (kvconfig::parseDecimalInt(kvconfig::trimBlanks(field), values[i]) == 0)
+            return false;
+        begin = comma + 1;
+    }
+    return true;
 }
+
+// The start-up DC setting, sent once the OSD is off and kept for a switch
+// whose DC value is missing or refused.
+constexpr int kStartupDC[2] = {0x01, 0x03};
 
 } // namespace
 
@@ -146,6 +161,19 @@ int AmbaS2FBS8300SenseController::initController(int, ModuleConfigure const& con
         ErrorPrintf("parse RS485 param failed,nRet=%d", count);
         return 0;
     }
+    // The port settings are taken only as exactly four numbers, and only at
+    // a speed the module can run at.
+    int fields[4] = {};
+    if (!parseIntList(serial, fields, 4)) {
+        ErrorPrintf("parse RS485 param failed: (%s) is not \"%%d,%%d,%%d,%%d\"", serial.c_str());
+        return 0;
+    }
+    if (baudIndex(baud) < 0) {
+        ErrorPrintf("parse RS485 param failed: baud rate %d is not one of 9600, 19200, 38400, "
+                    "115200",
+                    baud);
+        return 0;
+    }
     m_nBaudarate = baud;
     m_nDataBits = dataBits;
     m_nParity = parity;
@@ -194,13 +222,11 @@ int AmbaS2FBS8300SenseController::initController(int, ModuleConfigure const& con
 
     if (setCameraOsdOff() == 0)
         ErrorPrintf("setCameraOsdOff() failed\n");
-    else if (sendCommand({0x04, 0xA7, 0x00, 0x01, 0x03, 0x00}) == 0)
+    else if (sendDCFrame(kStartupDC) == 0)
         ErrorPrintf("DCDay/DCNight on Failed.");
 
-    if (params.getValue("DCDay", m_strDCDay) == 0)
-        ErrorPrintf("get DCDay from senseParameter failed");
-    if (params.getValue("DCNight", m_strDCNight) == 0)
-        ErrorPrintf("get DCNight from senseParameter failed");
+    readDCValue(params, "DCDay", m_strDCDay, m_nDCDay);
+    readDCValue(params, "DCNight", m_strDCNight, m_nDCNight);
     int toDay = 0, toNight = 0;
     m_objIr.getThresholds(toDay, toNight);
     if (params.getValue("toDayADCVal", toDay) == 0)
@@ -241,20 +267,14 @@ int AmbaS2FBS8300SenseController::getCameraVerInf(std::string& version) {
         return 0;
     char frame[7];
     ViscaTransport::vendorFrame(frame, 0x06, 0x01, 0x01, 0x01);
-    // The completion of the last command may still be on its way; it is not
-    // part of the version answer.
-    clearUartBuffer();
+    // A plain exchange: no lock, no drain, and the first nine bytes on the
+    // line are the answer (a completion left over from a command fails it).
     if (visca().sendPlain(frame, 7) != 7) {
         ErrorPrintf("getCameraVerInf send error\n");
         return 0;
     }
     char reply[9] = {};
-    int got = m_pUART->recv(m_nUARTPort, reply, 9, 1);
-    if (got == 9 && isCompletion(reply)) {
-        std::memmove(reply, reply + 3, 6);
-        got = 6 + std::max(0, m_pUART->recv(m_nUARTPort, reply + 6, 3, 1));
-    }
-    if (got != 9) {
+    if (m_pUART->recv(m_nUARTPort, reply, 9, 1) != 9) {
         ErrorPrintf("getCameraVerInf recv error\n");
         return 0;
     }
@@ -291,7 +311,9 @@ int AmbaS2FBS8300SenseController::getCameraBaudRate(int& index) {
 }
 
 int AmbaS2FBS8300SenseController::setCameraBuadRate(int index) {
-    if (index < 0 || index > 3) {
+    // A negative index is framed as its low byte; only one that would put the
+    // terminator FF inside the frame cannot be sent.
+    if (index > 3 || (index & 0xFF) == 0xFF) {
         ErrorPrintf("setCameraBuadRate(%d) is out of range", index);
         return 0;
     }
@@ -316,8 +338,11 @@ int AmbaS2FBS8300SenseController::changeCameraBuadrate(int baud) {
     bool changed = false;
     for (int i = 0; i < kBaudCount && !changed; ++i) {
         if (m_pUART->setParameter(m_nUARTPort, kBaudRates[i], m_nDataBits, m_nStopBits,
-                                  m_nParity) == 0)
-            break;
+                                  m_nParity) == 0) {
+            ErrorPrintf("m_pUART->setParameter(m_nUARTIndex,m_nBaudarate,m_nDataBits,m_nStopBits,"
+                        "m_nParity) failed\n");
+            return 0;
+        }
         index = -1;
         if (getCameraBaudRate(index) == 0 || index != i)
             continue;
@@ -333,7 +358,8 @@ int AmbaS2FBS8300SenseController::changeCameraBuadrate(int baud) {
 }
 
 int AmbaS2FBS8300SenseController::setSensorVideoSystem(int videoSystem, VideoResolution const&) {
-    KovantTime::wait(KovantTime(0, 100000));
+    // 100 µs: the platform time's second field counts microseconds.
+    KovantTime::wait(KovantTime(0, 100));
     const char frame[] = {'\x81', '\x09', '\x04', '\x24', '\x72', '\xFF'};
     char reply[5] = {};
     if (getParameterValue(frame, 6, reply, 5) == 0) {
@@ -425,11 +451,28 @@ int AmbaS2FBS8300SenseController::sendCommand(std::initializer_list<int> bytes) 
     return setParameterValue(frame.data(), static_cast<int>(frame.size()));
 }
 
-int AmbaS2FBS8300SenseController::sendDCFrame(const std::string& dc) {
-    int a = 0, b = 0;
-    if (std::sscanf(dc.c_str(), "%d,%d", &a, &b) != 2) {
-        ErrorPrintf("DC value (%s) is not \"%%d,%%d\"", dc.c_str());
-        return 0;
+int AmbaS2FBS8300SenseController::sendDCFrame(const int dc[2]) {
+    return sendCommand({0x04, 0xA7, 0x00, dc[0], dc[1], 0x00});
+}
+
+void AmbaS2FBS8300SenseController::readDCValue(const ModuleParameterParser& params, const char* key,
+                                               std::string& text, int dc[2]) {
+    dc[0] = kStartupDC[0];
+    dc[1] = kStartupDC[1];
+    std::string value;
+    if (params.getValue(key, value) == 0) {
+        ErrorPrintf("get %s from senseParameter failed", key);
+        return;
     }
-    return sendCommand({0x04, 0xA7, 0x00, a, b, 0x00});
+    // Both bytes go into the frame as they are: 0xFF would end it early.
+    int pair[2] = {};
+    if (!parseIntList(value, pair, 2) || pair[0] < 0 || pair[0] > 0xFE || pair[1] < 0 ||
+        pair[1] > 0xFE) {
+        ErrorPrintf("%s(%s) refused: two values 0..254 \"a,b\" expected; %d,%d kept", key,
+                    value.c_str(), dc[0], dc[1]);
+        return;
+    }
+    text = value;
+    dc[0] = pair[0];
+    dc[1] = pair[1];
 }

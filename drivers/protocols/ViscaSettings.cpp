@@ -52,7 +52,7 @@ const ViscaSetting kSettings[] = {
     {17, "setBackLight", 2, 3, 0, kSame, kIsOut, {0x04, 0x33}, 2, V::Raw, D::Byte, 0, 0, false},
     {18, "setWBMode", 0, 9, values(0, 5) | values(8, 9), kSame, kOut, {0x04, 0x35}, 2, V::Raw, D::Byte, 0, 0, false},
     {19, "setRedGain", 0, 255, 0, kSame, kOut, {0x04, 0x43, 0x00, 0x00}, 4, V::Raw, D::Nibbles, 18, modes({5}), true},
-    {20, "setBlueGain", 0, 255, 0, kSame, kOut, {0x04, 0x44, 0x00, 0x00}, 4, V::Raw, D::Nibbles, 18, modes({5}), true},
+    {20, "setBlueGain", 0, 255, 0, kSame, kIsOut, {0x04, 0x44, 0x00, 0x00}, 4, V::Raw, D::Nibbles, 18, modes({5}), true},
     {23, "setWDRMode", 2, 3, 0, kSame, kIsOut, {0x04, 0x3D}, 2, V::Raw, D::Byte, 0, 0, false},
     {24, "setHighlightHold", 0, 1, 0, kSame, kIsOut, {0x04, 0xA6}, 2, V::Raw, D::Byte, 0, 0, false},
     // Brightness reports its refusals under the sharpness name; log readers rely on it.

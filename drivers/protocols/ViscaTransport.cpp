@@ -157,7 +157,6 @@ int ViscaTransport::sendWithEcho(const char* frame, int len, const char* name) {
 int ViscaTransport::sendPlain(const char* frame, int len) {
     if (frame == nullptr || len <= 0)
         return -1;
-    KVMutexLocker guard(m_lock, __FILE__, __LINE__);
     return m_uart->send(m_nPort, frame, len);
 }
 

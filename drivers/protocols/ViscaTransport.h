@@ -55,7 +55,8 @@ public:
     // or second attempt is only logged (the frame counts as delivered); only a
     // missing/short echo is retried, and only a wrong third echo fails.
     int sendWithEcho(const char* frame, int len, const char* name = "KVSendParam");
-    // Sends without waiting for an answer; returns the count sent (-1: error).
+    // Sends without waiting for an answer and without the lock (the vendor
+    // frames are plain sends); returns the count sent (-1: error).
     int sendPlain(const char* frame, int len);
 
     // Vendor frame FE b1 b2 b3 b4 checksum FF; checksum = low byte of the sum.

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <string>
 #include <thread>
 
 namespace {
@@ -121,6 +123,33 @@ TEST(SensorCacheTest, ConcurrentWritersAndReaders) {
     int v = 0;
     EXPECT_EQ(cache.getSensorValue(49, v), 1);
     EXPECT_EQ(v, 1999);
+}
+
+// A list read by id text sees one state of the table, never half of a
+// concurrent whole-text write.
+TEST(SensorCacheTest, ListReadByTextIsOneLockedStep) {
+    SensorCache cache;
+    std::string all[2], list;
+    for (int id = 0; id < 200; ++id) {
+        all[0] += "(" + std::to_string(id) + ",1)";
+        all[1] += "(" + std::to_string(id) + ",2)";
+        list += (id == 0 ? "" : ",") + std::to_string(id);
+    }
+    cache.setSensorValues(all[0]);
+    std::atomic<bool> done{false};
+    std::thread writer([&] {
+        for (int i = 0; !done; ++i)
+            cache.setSensorValues(all[i % 2]);
+    });
+    int torn = 0;
+    for (int i = 0; i < 300; ++i) {
+        std::string text;
+        ASSERT_EQ(cache.getSensorValues(list, text), 1);
+        torn += text != all[0] && text != all[1] ? 1 : 0;
+    }
+    done = true;
+    writer.join();
+    EXPECT_EQ(torn, 0);
 }
 
 } // namespace

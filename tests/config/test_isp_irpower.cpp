@@ -56,7 +56,7 @@ TEST(ISPParamParseTest, ReadsTheShippedSample) {
     EXPECT_FALSE(parser.getRealTimeUpdate());
 }
 
-TEST(ISPParamParseTest, FailuresKeepDefaultsAndSayWhy) {
+TEST(ISPParamParseTest, OnlyAMissingFileFailsWhatTheFileLacksIsNotThere) {
     kvtest::TestRoot root;
     ISPParamParse parser;
     {
@@ -65,15 +65,30 @@ TEST(ISPParamParseTest, FailuresKeepDefaultsAndSayWhy) {
         EXPECT_EQ(out.text(), "open sensor.xml failed\n");
     }
     EXPECT_EQ(parser.getDelayTime(), 1);
+    root.writeFile(ISPParamParse::FilePath, "<ISPParam><other/></ISPParam>");
+    EXPECT_EQ(parser.parse(), 1) << "no config node: no tables";
+    // A group without "enable" is disabled; a band without limits covers no
+    // level; an item without a name or a numeric value is stored as "" / 0.
     root.writeFile(ISPParamParse::FilePath,
-                   "<ISPParam><config time=\"3\" realTimeUpdate=\"true\"><day enable=\"1\">"
-                   "<low min=\"0\" max=\"9\"><item name=\"EE\" value=\"high\"/></low>"
-                   "</day></config></ISPParam>");
-    kvtest::StdoutCapture out;
-    EXPECT_EQ(parser.parse(), 0);
-    EXPECT_EQ(out.text(), "m_objISPParam.setParam:day,low,0,9,EE,0 \n");
+                   "<ISPParam><config time=\"3\" realTimeUpdate=\"true\">"
+                   "<day enable=\"1\"><low min=\"0\" max=\"9\"><item name=\"EE\" value=\"high\"/>"
+                   "<item value=\"4\"/></low><open><item name=\"EE\" value=\"5\"/></open></day>"
+                   "<night><low min=\"0\" max=\"9\"><item name=\"EE\" value=\"7\"/></low></night>"
+                   "</config></ISPParam>");
+    EXPECT_EQ(parser.parse(), 1);
     EXPECT_EQ(parser.getDelayTime(), 3);
     EXPECT_TRUE(parser.getRealTimeUpdate());
+    ISPParam p;
+    parser.getISPParam(p);
+    int v = -1;
+    EXPECT_EQ(p.getParam("day", "EE", 3, v), 1);
+    EXPECT_EQ(v, 0);
+    EXPECT_EQ(p.getParam("day", "", 3, v), 1);
+    EXPECT_EQ(v, 4);
+    EXPECT_EQ(p.getParam("day", "EE", 9, v), 0) << "the band without limits holds no level";
+    bool enabled = true;
+    EXPECT_EQ(p.getEnableFlag("night", enabled), 1);
+    EXPECT_FALSE(enabled);
 }
 
 const char* kIR = IRPowerDefaultConfig::FilePath;

@@ -105,13 +105,18 @@ TEST(DayNightTest, SwitchTimeSettersKeepTheOtherHalfAndRefuseEqualTimes) {
     // Once running, equal times are refused, except while a reset re-applies values.
     ctrl.m_bisInited = true;
     EXPECT_EQ(ctrl.setNTDTime_H(18), 0);
-    EXPECT_EQ(ctrl.setDTNTime_H(25), 0);
-    EXPECT_EQ(ctrl.setNTDTime_M(-1), 0);
-    EXPECT_EQ(ctrl.m_nDTNTime, 1800);
     EXPECT_EQ(ctrl.m_nNTDTime, 600);
+    // Hours and minutes have no range of their own; only a time beyond an int is refused.
+    EXPECT_EQ(ctrl.setDTNTime_H(25), 1);
+    EXPECT_EQ(ctrl.m_nDTNTime, 2500);
+    EXPECT_EQ(ctrl.setNTDTime_M(-1), 1);
+    EXPECT_EQ(ctrl.m_nNTDTime, 599);
+    EXPECT_EQ(ctrl.setDTNTime_M(2147483647), 0);
+    EXPECT_EQ(ctrl.m_nDTNTime, 2500);
     ctrl.m_bisReset = true;
-    EXPECT_EQ(ctrl.setNTDTime_H(18), 1);
-    EXPECT_EQ(ctrl.m_nNTDTime, 1800);
+    EXPECT_EQ(ctrl.setNTDTime_H(25), 1);
+    EXPECT_EQ(ctrl.setNTDTime_M(0), 1); // equal times pass while a reset re-applies values
+    EXPECT_EQ(ctrl.m_nNTDTime, 2500);
 }
 
 TEST(DayNightTest, ByTimeOfDayInBothOrdersAndWithEqualTimes) {

@@ -153,6 +153,59 @@ TEST_F(InitTest, StoredSettingsOfTheSchemeInForceReachTheModule) {
     EXPECT_EQ(idValue(schemeFile(1), 1), 70) << "user value kept";
 }
 
+// Init applies the text readCurrentParam picks and leaves the scheme in
+// force alone; the worker's first pass makes the switch. On a fresh install
+// the window ids carry the impossible 66:00-88:00, so midnight matches nothing.
+TEST_F(InitTest, FreshInstallAppliesTheChosenTextAndTheWorkerSwitchesOnceForGood) {
+    kvtest::TestRoot realTime(1.0); // times of day set here stay put
+    realTime.writeFile(kDir + ".keep", "");
+    PlatformClock::setTimeOfDay(0, 0);
+    InitController c;
+    {
+        // The worker's first pass waits for this lock until init is checked.
+        KVMutexLocker hold(c.m_paramMutex);
+        ASSERT_EQ(runInit(c), 1);
+        EXPECT_EQ(c.m_nParamScheme, 0);
+        int index = -1;
+        EXPECT_EQ(c.getParamSchemeFromFile(index), 1);
+        EXPECT_EQ(index, 0) << "init does not rewrite sensor.xml";
+        EXPECT_FALSE(contains(realTime.readFile(kErrorLog), "Auto switch"));
+    }
+    const auto inForce = [&c] {
+        KVMutexLocker lock(c.m_paramMutex);
+        return c.m_nParamScheme;
+    };
+    for (int i = 0; i < 400 && inForce() != 3; ++i)
+        PlatformClock::sleepFor(PlatformClock::Duration(0.005));
+    c.m_DNChangeThread->stop();
+    EXPECT_EQ(c.m_nParamScheme, 3);
+    EXPECT_TRUE(contains(realTime.readFile(kErrorLog), "Auto switch  Scheme to:3"));
+    EXPECT_TRUE(contains(realTime.readFile(kFactory), "(500,1)(501,66)(502,0)(503,88)(504,0)"));
+    EXPECT_TRUE(contains(realTime.readFile(schemeFile(1)), "(501,66)(502,0)(503,88)(504,0)"));
+    c.clearRecords();
+    for (int minute : {0, 1, 0}) {
+        PlatformClock::setTimeOfDay(0, minute);
+        EXPECT_EQ(c.paramSchemeSwitchBody(), 0);
+        EXPECT_EQ(c.m_nParamScheme, 3) << minute;
+    }
+    EXPECT_TRUE(c.sent().empty());
+
+    // Manual mode with scheme 2 chosen: init still applies the scheme whose
+    // window holds the time (scheme 1, 08:00-18:00), and scheme 2 stays in force.
+    realTime.writeFile(schemeFile(1),
+                       "(1,71)(500,1)(501,8)(502,0)(503,18)(504,0)(10000,0)(10001,0)");
+    realTime.writeFile(schemeFile(2), "(1,72)(500,0)(10000,0)(10001,0)");
+    InitController manual;
+    manual.createSensorXML();
+    manual.setParamSchemeToFile(1);
+    manual.setParamSchemeModeToFile(0);
+    PlatformClock::setTimeOfDay(12, 0);
+    ASSERT_EQ(runInit(manual), 1);
+    manual.m_DNChangeThread->stop();
+    EXPECT_EQ(manual.moduleValue(1), 71);
+    EXPECT_EQ(manual.m_nParamScheme, 1);
+}
+
 TEST_F(InitTest, DestroyingARunningControllerTakesMilliseconds) {
     kvtest::TestRoot realTime(1.0); // the worker's wait lasts a real second
     realTime.writeFile(kDir + ".keep", "");
@@ -287,8 +340,9 @@ TEST_F(InitTest, SchemeRecordsCountTheMinuteTenfoldAndTheXmlPicksTheScheme) {
     c.m_vecParamScheme[2]->setEndTime(2400);
     c.m_vecParamScheme[2]->setEnableFlag(1);
     EXPECT_EQ(c.reconcile(), 1);
-    // Start, end, enable; the all-day scheme is not taken from its file.
-    const std::vector<int> expected[] = {{730, 2100, 1}, {0, 0, 0}, {0, 2400, 1}};
+    // Start, end, enable; the all-day scheme is not taken from its file. The
+    // window ids a file lacks come from the module: the unset 66:00-88:00.
+    const std::vector<int> expected[] = {{730, 2100, 1}, {6600, 8800, 0}, {0, 2400, 1}};
     for (std::size_t i = 0; i < 3; ++i) {
         std::vector<int> r(3, -1);
         c.m_vecParamScheme[i]->getStartTime(r[0]);

@@ -9,7 +9,9 @@
 #include <atomic>
 #include <climits>
 #include <cstdio>
+#include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <thread>
 #include <utility>
@@ -43,7 +45,15 @@ bool contains(const std::string& text, const std::string& part) {
 class RefreshingController : public kvtest::RecordingController {
 public:
     bool handBackGarbage = false;
+    std::function<void()> duringUpdate;
+    std::set<int> executeThenFail; // the module takes these, the set still fails once
+    int setParameterToSensor(int id, int value) override {
+        const int result = RecordingController::setParameterToSensor(id, value);
+        return executeThenFail.erase(id) != 0 ? 0 : result;
+    }
     int UpdateParameters(std::string& text) override {
+        if (duringUpdate)
+            duringUpdate();
         if (handBackGarbage)
             text = "(1,";
         for (int id = 1; id <= 10 && !handBackGarbage; ++id)
@@ -152,9 +162,10 @@ TEST_F(ParamsTest, BadInputNeverCorruptsAnything) {
     useSchemes(2, 0);
     ASSERT_EQ(ctrl.flush(), 1);
     const std::string saved = root.readFile(scheme(0));
+    // A text that does not parse fills nothing: nothing is applied, no id fails.
     for (const char* bad : {"(1,5", "garbage", "(1,99999999999)", "(1,5)x", "(,)", "(1,5)(2"}) {
         kvtest::StdoutCapture out;
-        EXPECT_EQ(ctrl.setParameters(bad), 0) << bad;
+        EXPECT_EQ(ctrl.setParameters(bad), 1) << bad;
     }
     EXPECT_TRUE(ctrl.sent().empty());
     EXPECT_EQ(ctrl.flush(), 1);
@@ -205,12 +216,33 @@ TEST_F(ParamsTest, FailedResetsLeaveTheFilesAlone) {
     root.writeFile(kFactory, items(1, 10, 40) + kStamps);
     ctrl.failIds = {3};
     EXPECT_EQ(ctrl.resetParameters(), 0);
-    root.writeFile(kFactory, "(1,40)(2,");
-    EXPECT_EQ(ctrl.resetParameters(), 0);
+    root.writeFile(kFactory, "(1,40)(2,"); // applies nothing; the files refuse the text
+    EXPECT_EQ(ctrl.resetParameters(), 1);
     EXPECT_EQ(root.readFile(scheme(0)), "(1,1)" + kStamps);
     EXPECT_FALSE(root.exists(scheme(1)));
     ctrl.m_nParamScheme = 5;
     EXPECT_EQ(ctrl.resetToLastParameters(), 0);
+}
+
+// A set whose outcome is unknown (the module may have taken it) is sent
+// again next time, even with the last-applied value; the cache keeps that
+// value meanwhile, so a flush still saves it.
+TEST_F(ParamsTest, AnUnconfirmedSetIsSentAgainEvenWithAnEqualValue) {
+    useSchemes(2, 0);
+    ctrl.executeThenFail = {4};
+    kvtest::StdoutCapture out;
+    EXPECT_EQ(ctrl.setParameter(4, 70), 0);
+    EXPECT_EQ(ctrl.moduleValue(4), 70) << "the module took it";
+    EXPECT_EQ(last(4), 50);
+    ASSERT_EQ(ctrl.flush(), 1);
+    EXPECT_TRUE(contains(root.readFile(scheme(0)), "(4,50)"));
+    ctrl.clearRecords();
+    EXPECT_EQ(ctrl.setParameter(4, 50), 1);
+    EXPECT_EQ(ctrl.sent(), (Sent{{4, 50}}));
+    EXPECT_EQ(ctrl.moduleValue(4), 50);
+    ctrl.clearRecords(); // confirmed now: equal values are skipped again
+    EXPECT_EQ(ctrl.setParameter(4, 50), 1);
+    EXPECT_TRUE(ctrl.sent().empty());
 }
 
 TEST_F(ParamsTest, GetAllParametersRefreshesAndSavesOnChange) {
@@ -227,6 +259,19 @@ TEST_F(ParamsTest, GetAllParametersRefreshesAndSavesOnChange) {
     kvtest::StdoutCapture second;
     EXPECT_EQ(ctrl.getAllParameters(out), 1);
     EXPECT_FALSE(contains(second.text(), "save sensor parameter"));
+    // The module I/O of the refresh runs without the parameter lock.
+    bool lockFree = false;
+    ctrl.duringUpdate = [&] {
+        std::thread other([&] {
+            lockFree = ctrl.m_paramMutex.try_lock();
+            if (lockFree)
+                ctrl.m_paramMutex.unlock();
+        });
+        other.join();
+    };
+    EXPECT_EQ(ctrl.getAllParameters(out), 1);
+    EXPECT_TRUE(lockFree);
+    ctrl.duringUpdate = nullptr;
     // A refresh that does not parse keeps the last-applied values.
     ctrl.handBackGarbage = true;
     EXPECT_EQ(ctrl.getAllParameters(out), 0);

@@ -146,27 +146,64 @@ TEST_F(SchemeTest, FailedSwitchKeepsTheSchemeInForce) {
     EXPECT_EQ(ctrl.paramSchemeSwitchBody(), -1); // a failed automatic switch likewise
     EXPECT_EQ(ctrl.m_nParamScheme, 0);
     EXPECT_EQ(xmlIndex(), 0);
+    // A scheme file that cannot be read applies nothing: the switch succeeds.
     ctrl.failIds.clear();
     std::remove(root.path(schemeFile(2)).c_str());
-    EXPECT_EQ(ctrl.setParamScheme(2), 0);
-    EXPECT_EQ(ctrl.m_nParamScheme, 0);
+    ctrl.clearRecords();
+    EXPECT_EQ(ctrl.setParamScheme(2), 1);
+    EXPECT_EQ(ctrl.m_nParamScheme, 2);
+    EXPECT_TRUE(ctrl.sent().empty());
+    // A chosen scheme whose file is gone still wins the time of day.
+    std::remove(root.path(schemeFile(0)).c_str());
+    PlatformClock::setTimeOfDay(12, 0);
+    int scheme = -1;
+    std::string text = "old";
+    EXPECT_EQ(ctrl.readCurrentParam(scheme, text), 1);
+    EXPECT_EQ(scheme, 0);
 }
 
-TEST_F(SchemeTest, OutOfRangeIndexesAndValuesAreRefused) {
+// Indexes are checked; values only by the setters' own rules (start after
+// end, past 24:00) and by whether the time fits an int at all.
+TEST_F(SchemeTest, IndexesAreCheckedAndValuesOnlyByTheirOwnRules) {
     kvtest::StdoutCapture out;
     std::string text;
     EXPECT_EQ(ctrl.setParamScheme(4), 0);
     EXPECT_EQ(ctrl.setParamScheme(-1), 0);
     EXPECT_EQ(ctrl.readParamByScheme(4, text), 0);
     EXPECT_EQ(ctrl.setParamSchemeStartTime(-2, 100), 0);
-    EXPECT_EQ(ctrl.setParamMode(2), 0);
-    EXPECT_EQ(ctrl.setEnableParam(3), 0);
-    EXPECT_EQ(ctrl.setParamStartTime_H(25), 0);
-    EXPECT_EQ(ctrl.setParamEndTime_H(-2147483647 - 1), 0);
-    EXPECT_EQ(ctrl.setParamEndTime_M(60), 0);
     EXPECT_EQ(ctrl.m_nParamScheme, 0);
-    EXPECT_EQ(ctrl.m_nParamMode, 1);
     EXPECT_TRUE(ctrl.sent().empty());
+
+    ctrl.reInitSchemeTimeMember();
+    const struct {
+        int (ISensorController::*set)(int);
+        int value, result, start, end; // record of scheme 0 afterwards
+    } cases[] = {
+        {&ISensorController::setParamStartTime_H, -3, 1, -300, 1800},
+        {&ISensorController::setParamStartTime_M, 75, 1, -225, 1800},
+        {&ISensorController::setParamEndTime_H, 20, 1, -225, 2000},
+        {&ISensorController::setParamEndTime_M, 60, 1, -225, 2060},
+        {&ISensorController::setParamEndTime_H, -2147483647 - 1, 0, -225, 2060}, // not an int
+        {&ISensorController::setParamEndTime_H, 25, 0, -225, 2060},              // past 24:00
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ((ctrl.*c.set)(c.value), c.result) << c.value;
+        EXPECT_EQ(record(0)[0], c.start) << c.value;
+        EXPECT_EQ(record(0)[1], c.end) << c.value;
+    }
+    EXPECT_EQ(ctrl.setEnableParam(3), 1);
+    EXPECT_EQ(record(0)[2], 3);
+
+    // Any mode is stored; every mode but 0 switches by time.
+    EXPECT_EQ(ctrl.setParamMode(2), 1);
+    EXPECT_EQ(ctrl.m_nParamMode, 2);
+    int mode = -1;
+    EXPECT_EQ(ctrl.getParamSchemeModeFromFile(mode), 1);
+    EXPECT_EQ(mode, 2);
+    PlatformClock::setTimeOfDay(21, 0);
+    EXPECT_EQ(ctrl.paramSchemeSwitchBody(), 0);
+    EXPECT_EQ(ctrl.m_nParamScheme, 3);
+
     // An index that is no longer valid reads as scheme 0.
     ctrl.m_nParamScheme = 9;
     int scheme = -1;

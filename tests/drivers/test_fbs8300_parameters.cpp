@@ -115,7 +115,10 @@ TEST_F(Fbs8300ParametersTest, RefusalsSendNothingAndNameTheSetter) {
         {31, 10, "m_nDtoNSensitivity(15) - p_nNtoDSensitivity(10) < 10",
          "setNtoDSensitivity error,value is 10"},
         {32, 14, "setDtoNSensitivity(14) is out of range", "setDtoNSensitivity error,value is 14"},
-        {60, 25, "setDTNTime_H(25) is out of range", "setDTNTime_H failed"},
+        {20, 256, "setBlueGain(256) is out of range", "setBlueGain failed,value is 256"},
+        {60, 2147483647, "setDTNTime_H(2147483647) is out of range", "setDTNTime_H failed"},
+        {67, -1, "setNoiseReductionMode(-1) is out of range",
+         "setNoiseReductionMode error,value is -1"},
         {68, 101, "setChromaSuppress(101) is out of range", "setChromaSuppress error,value is 101"},
     };
     for (const auto& c : cases) {
@@ -221,9 +224,12 @@ TEST_F(Fbs8300ParametersTest, NoiseReductionKeepsItsStateInTheAdapter) {
     EXPECT_EQ(set(67, 1), 1);  // automatic: the stored automatic value applies again
     EXPECT_EQ(set(66, 80), 1); // ignored in automatic mode
     EXPECT_EQ(KviaSimulator::value(134), 101);
-    EXPECT_EQ(set(67, 4), 1); // a fixed level
-    EXPECT_EQ(set(67, 6), 0);
-    EXPECT_EQ(wire(), cmds("53 01;53 04"));
+    EXPECT_EQ(set(67, 4), 1); // any other mode is sent as the level byte
+    EXPECT_EQ(set(67, 6), 1);
+    EXPECT_EQ(KviaSimulator::value(132), 6);
+    EXPECT_EQ(set(67, 0x1FF), 0) << "its byte would be the terminator";
+    EXPECT_EQ(KviaSimulator::value(132), 6);
+    EXPECT_EQ(wire(), cmds("53 01;53 04;53 06"));
 
     KviaSimulator::failCode(133, 0x55);
     EXPECT_EQ(set(65, 1), 0);
@@ -267,9 +273,12 @@ TEST_F(Fbs8300ParametersTest, LensFramesAndRestoreAeMode) {
     kvtest::StdoutCapture out;
     EXPECT_EQ(drv().ZoomIn(9), 0);
     EXPECT_EQ(drv().ZoomOut(-1), 0);
-    EXPECT_EQ(drv().setZoomValue(0x10000), 0);
     EXPECT_TRUE(kvtest::contains(out.text(), "ZoomUp(9) is out of range"));
     EXPECT_EQ(wire(), "");
+    // A position is framed as its four low nibbles, whatever its size.
+    EXPECT_EQ(drv().setZoomValue(0x12345), 1);
+    EXPECT_EQ(drv().setFocusValue(-1), 1);
+    EXPECT_EQ(wire(), cmds("47 02 03 04 05;48 0F 0F 0F 0F"));
 }
 
 TEST_F(Fbs8300ParametersTest, PositionsAreReadFromTheModule) {

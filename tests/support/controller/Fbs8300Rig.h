@@ -33,6 +33,8 @@ public:
     void setPort(int port) { m_nUARTPort = port; }
     void setGeneration(int generation) { m_nGeneration = generation; }
     void setDNState(int state) { m_nDNState = state; }
+    int lastDNMode() const { return m_nLastDayNightMode; }
+    KVMutex& controllerLock() { return m_mutex; }
     int dnSource() const { return m_nDNSource; }
     int ntoD() const { return m_nNtoDSensitivity; }
     int dtoN() const { return m_nDtoNSensitivity; }
@@ -106,6 +108,9 @@ public:
     std::unique_ptr<Fbs8300Driver> driver;
     SysfsGPIO* gpio = nullptr; // init()'s, owned by the manager
     std::unique_ptr<SensorControllerManager> manager;
+    // PWM/ADC descriptors the test expects still open at the end (a failed
+    // light-sensor reading keeps the ADC open).
+    int keptOpen = 0;
 };
 
 } // namespace kvtest

@@ -79,6 +79,7 @@ public:
     using ISensorController::m_objInfraredGPIO;
     using ISensorController::m_objISPParam;
     using ISensorController::m_objLDRGPIO;
+    using ISensorController::m_paramMutex;
     using ISensorController::m_pEspecialConfigFile;
     using ISensorController::m_pFactoryConfigFile;
     using ISensorController::m_pIdManager;
