@@ -42,7 +42,7 @@ for name in "${targets[@]}"; do
     mkdir -p "$out/corpus/$name"
     log="$out/logs/$name.log"
     # stdout of the code under test is closed; stderr (and every sanitizer report) goes to the log.
-    if "$out/fuzz_$name" -max_total_time="$seconds" -close_fd_mask=1 -print_final_stats=1 \
+    if "$out/fuzz/fuzz_$name" -max_total_time="$seconds" -close_fd_mask=1 -print_final_stats=1 \
         -artifact_prefix="$out/artifacts/$name-" "$out/corpus/$name" "fuzz/corpus/$name" \
         >"$log" 2>&1; then
         result=ok
