@@ -8,7 +8,9 @@
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <string>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -70,6 +72,28 @@ TEST(SySystem, PatternCharactersInTheRootStayLiteral) {
     EXPECT_FALSE(outer.exists("/r[1]*?/cfg/sensor2.cfg"));
     EXPECT_EQ(outer.readFile(sibling + "sensor1.cfg"), "sibling");
     EXPECT_EQ(outer.readFile(sibling + "sensor2.cfg"), "sibling");
+}
+
+// A copy cut short (here by a file size limit, as a full medium or a cut
+// would) leaves the old file, never a part-written one.
+TEST(SySystem, CopyCutShortLeavesTheOldFile) {
+    kvtest::TestRoot root;
+    root.writeFile("/cfg/new.cfg", std::string(64 * 1024, 'n'));
+    root.writeFile("/cfg/sensor2.cfg", "(1,5)(10000,1)(10001,1)");
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        const rlimit limit{4096, 4096};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        signal(SIGXFSZ, SIG_IGN);
+        _exit(sy_system("cp /cfg/new.cfg /cfg/sensor2.cfg", 30) == 0 ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_EQ(root.readFile("/cfg/sensor2.cfg"), "(1,5)(10000,1)(10001,1)");
+    EXPECT_EQ(sy_system("cp /cfg/new.cfg /cfg/sensor2.cfg", 30), 0);
+    EXPECT_EQ(root.readFile("/cfg/sensor2.cfg"), std::string(64 * 1024, 'n'));
 }
 
 TEST(SySystem, RefusesAnythingButPlainFileCommands) {
