@@ -189,14 +189,8 @@ private:
         if (!empty)
             open.push_back(name);
         while (!open.empty()) {
-            while (!atEnd() && cur() != '<') {
-                if (cur() == '&') {
-                    if (!reference())
-                        return false;
-                } else {
-                    ++m_i;
-                }
-            }
+            if (!charactersUntil('<'))
+                return false;
             if (atEnd())
                 return fail("element <" + open.back() + "> is not closed");
             if (at("</")) {
@@ -268,18 +262,23 @@ private:
             if (atEnd() || (cur() != '"' && cur() != '\''))
                 return fail("attribute " + attribute + " has no quoted value");
             const char quote = m_t[m_i++];
-            while (!atEnd() && m_t[m_i] != quote) {
-                if (cur() == '&') {
-                    if (!reference())
-                        return false;
-                } else {
-                    ++m_i;
-                }
-            }
+            if (!charactersUntil(quote))
+                return false;
             if (atEnd())
                 return fail("unterminated value of attribute " + attribute);
             ++m_i;
         }
+    }
+
+    // Text up to `stop` (or the end), checking every reference in it.
+    bool charactersUntil(char stop) {
+        while (!atEnd() && m_t[m_i] != stop) {
+            if (cur() != '&')
+                ++m_i;
+            else if (!reference())
+                return false;
+        }
+        return true;
     }
 
     // An entity or character reference at '&'.
