@@ -26,8 +26,12 @@ int KVThread::start() {
     return 1;
 }
 
-void KVThread::stop() {
+void KVThread::requestStop() {
     m_stopToken.requestStop();
+}
+
+void KVThread::stop() {
+    requestStop();
     std::thread finished;
     {
         std::lock_guard<std::mutex> lock(m_mutex);

@@ -31,6 +31,10 @@ public:
     // when not running, twice, or from the thread's own body (then it only
     // asks the loop to end).
     void stop();
+    // Asks the thread to stop and returns at once: the pass in progress ends
+    // its waits early. An owner with several threads asks them all before
+    // stopping each, so that none waits out the others' passes.
+    void requestStop();
     bool isRunning() const;
     const std::string& getName() const { return m_strName; }
 

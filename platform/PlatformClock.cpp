@@ -1,8 +1,11 @@
 // Scaled, settable clock and stop-aware waits.
 #include "platform/PlatformClock.h"
 
+#include <cstdint>
 #include <ctime>
+#include <sys/eventfd.h>
 #include <thread>
+#include <unistd.h>
 
 namespace PlatformClock {
 namespace {
@@ -110,9 +113,20 @@ bool sleepFor(Duration d) {
     return true;
 }
 
+StopToken::StopToken() : m_nWakeFd(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {}
+
+StopToken::~StopToken() {
+    if (m_nWakeFd >= 0)
+        ::close(m_nWakeFd);
+}
+
 void StopToken::requestStop() {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_bStopped && m_nWakeFd >= 0) {
+            const std::uint64_t one = 1;
+            (void)!::write(m_nWakeFd, &one, sizeof one);
+        }
         m_bStopped = true;
     }
     m_cond.notify_all();
@@ -120,6 +134,10 @@ void StopToken::requestStop() {
 
 void StopToken::reset() {
     std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_bStopped && m_nWakeFd >= 0) {
+        std::uint64_t count = 0;
+        (void)!::read(m_nWakeFd, &count, sizeof count);
+    }
     m_bStopped = false;
 }
 
@@ -139,6 +157,10 @@ void setCurrentStopToken(StopToken* token) {
 
 StopToken* currentStopToken() {
     return t_token;
+}
+
+bool stopRequested() {
+    return t_token != nullptr && t_token->stopRequested();
 }
 
 } // namespace PlatformClock

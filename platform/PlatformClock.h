@@ -33,23 +33,35 @@ double monotonicSeconds();
 // platform thread), returns early, with false, once the token is stopped.
 bool sleepFor(Duration d);
 
-// Stop token of a platform thread: waits made on the thread observe it.
+// Stop token of a platform thread: waits made on the thread observe it,
+// sleeps through waitFor() and descriptor waits (poll) through wakeFd().
 class StopToken {
 public:
+    StopToken();
+    ~StopToken();
+    StopToken(const StopToken&) = delete;
+    StopToken& operator=(const StopToken&) = delete;
+
     void requestStop();
     void reset();
     bool stopRequested() const;
     // Waits up to the real duration; false when stopped.
     bool waitFor(std::chrono::nanoseconds real);
+    // A descriptor that polls readable once a stop is requested (-1 when the
+    // system refused one; a stop is then seen only between waits).
+    int wakeFd() const { return m_nWakeFd; }
 
 private:
     mutable std::mutex m_mutex;
     std::condition_variable m_cond;
     bool m_bStopped = false;
+    int m_nWakeFd = -1;
 };
 
 // Binds a token to the calling thread for its lifetime (nullptr unbinds).
 void setCurrentStopToken(StopToken* token);
 StopToken* currentStopToken();
+// True on a platform thread that is being stopped.
+bool stopRequested();
 
 } // namespace PlatformClock

@@ -241,6 +241,8 @@ int TermiosUARTController::recv(int port, char* buf, int len, int timeout) {
     if (timeout > 0)
         real = std::max(timeout / 10.0 * PlatformClock::timeScale(), kMinRecvSeconds);
     const auto deadline = deadlineAfter(real);
+    // A platform thread being stopped takes what has come and waits no more.
+    PlatformClock::StopToken* const token = PlatformClock::currentStopToken();
     int got = 0;
     bool hungUp = false;
     while (got < len) {
@@ -256,14 +258,14 @@ int TermiosUARTController::recv(int port, char* buf, int len, int timeout) {
         if ((n < 0 && errno != EAGAIN && errno != EWOULDBLOCK) || hungUp)
             return got > 0 ? got : -1;
         const int wait = msLeft(deadline);
-        if (wait == 0)
+        if (wait == 0 || (token != nullptr && token->stopRequested()))
             break;
-        pollfd pfd{p->fd, POLLIN, 0};
-        const int r = ::poll(&pfd, 1, wait);
+        pollfd pfd[2] = {{p->fd, POLLIN, 0}, {token != nullptr ? token->wakeFd() : -1, POLLIN, 0}};
+        const int r = ::poll(pfd, 2, wait);
         if (r < 0 && errno != EINTR)
             return got > 0 ? got : -1;
         // Read what is still buffered once more, then give up.
-        if (r > 0 && (pfd.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0)
+        if (r > 0 && (pfd[0].revents & (POLLERR | POLLHUP | POLLNVAL)) != 0)
             hungUp = true;
     }
     return got;

@@ -12,7 +12,9 @@
 // deadline, so no call can hang on a silent or stuck line. Receive time-outs
 // count tenths of a second of device time (they follow the platform clock's
 // scale) with a floor of 20 ms real time, so that a peer process on a
-// pseudo-terminal always gets a chance to answer even in a sped-up test.
+// pseudo-terminal always gets a chance to answer even in a sped-up test. On a
+// platform thread that is being stopped a receive returns at once with what
+// has come, so stopping a thread never waits out a silent line.
 //
 // Device names: an absolute name is first looked up under the platform root;
 // when the mapped path does not exist the name is used as it stands. That lets

@@ -21,6 +21,8 @@ public:
         WrongEcho,       // an echo frame comes back with one byte changed
         CutShort,        // only the first cutBytes bytes of an answer are sent
         Garbage,         // garbage bytes go out before the answer
+        Duplicate,       // the answer goes out twice
+        Held,            // the answer waits for the next frame and goes out before its answer
         KindCount
     };
 

@@ -126,6 +126,11 @@ void ViscaSimulator::feed(uint8_t byte, double now) {
     frame.swap(m_partial);
     m_vecFrames.push_back(frame);
     m_cond.notify_all();
+    // A held answer leaves before anything this frame brings.
+    if (!m_held.empty()) {
+        m_queue.push_back({now, std::move(m_held)});
+        m_held.clear();
+    }
     if (m_dRestartUntil >= 0.0 || !lineMatches())
         return; // restarting, or the bytes arrive garbled at the wrong speed
     if (m_faults.take(ViscaFaults::Silence))
@@ -198,6 +203,7 @@ void ViscaSimulator::handleVendor(const Bytes& frame, double now) {
         m_dRestartUntil = now + m_dRestartSeconds;
         ++m_nRestarts;
         m_queue.clear();
+        m_held.clear();
         return;
     }
     if (command == Bytes{0x06, 0x01, 0x01, 0x01}) {
@@ -232,6 +238,14 @@ void ViscaSimulator::answer(Bytes bytes, double now) {
         due = std::max(due, m_queue.back().due);
     if (bytes.empty())
         return;
+    if (m_faults.take(ViscaFaults::Duplicate)) {
+        const Bytes once = bytes;
+        bytes.insert(bytes.end(), once.begin(), once.end());
+    }
+    if (m_faults.take(ViscaFaults::Held)) {
+        m_held.insert(m_held.end(), bytes.begin(), bytes.end());
+        return;
+    }
     if (!m_bPacing) {
         m_queue.push_back({due, std::move(bytes)});
         return;
@@ -378,6 +392,16 @@ void ViscaSimulator::setGarbage(const Bytes& bytes, int frames) {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_faults.garbage = bytes;
     m_faults.set(ViscaFaults::Garbage, frames);
+}
+
+void ViscaSimulator::setDuplicate(int frames) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_faults.set(ViscaFaults::Duplicate, frames);
+}
+
+void ViscaSimulator::setHeldAnswer(int frames) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_faults.set(ViscaFaults::Held, frames);
 }
 
 void ViscaSimulator::clearFaults() {

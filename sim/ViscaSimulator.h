@@ -83,6 +83,8 @@ public:
     void setWrongEcho(int frames = kForever);
     void setCutShort(int bytes, int frames = kForever);
     void setGarbage(const Bytes& bytes, int frames = kForever);
+    void setDuplicate(int frames = kForever);
+    void setHeldAnswer(int frames = kForever);
     void clearFaults();
 
 private:
@@ -109,6 +111,8 @@ private:
     ViscaFaults m_faults;
     std::vector<Bytes> m_vecFrames;
     std::deque<Chunk> m_queue;
+    // Answers held back until the next frame arrives (fault switch Held).
+    Bytes m_held;
     Bytes m_partial;
     double m_dPartialAt = 0.0;
     double m_dRestartSeconds;

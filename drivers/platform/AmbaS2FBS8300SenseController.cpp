@@ -97,7 +97,12 @@ AmbaS2FBS8300SenseController::AmbaS2FBS8300SenseController()
 }
 
 // Both threads call back into this object: they stop before any member goes.
+// Both are asked first, so that neither waits out the other's exchange.
 AmbaS2FBS8300SenseController::~AmbaS2FBS8300SenseController() {
+    if (m_pObjIrLedContrlThread.get() != nullptr)
+        m_pObjIrLedContrlThread->requestStop();
+    if (m_DNChangeThread)
+        m_DNChangeThread->requestStop();
     if (m_pObjIrLedContrlThread.get() != nullptr)
         m_pObjIrLedContrlThread->stop();
     if (m_DNChangeThread)

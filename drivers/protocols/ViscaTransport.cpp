@@ -2,6 +2,7 @@
 #include "drivers/protocols/ViscaTransport.h"
 
 #include "controller/ISensorController.h"
+#include "platform/PlatformClock.h"
 
 #include <cstring>
 #include <functional>
@@ -12,21 +13,39 @@ namespace {
 constexpr unsigned char kReplyStart = 0x90;
 constexpr unsigned char kTerminator = 0xFF;
 // A run of completion messages longer than this is a babbling module, not a
-// reply; the reader gives up rather than loop on it.
+// reply; the reader gives up rather than loop on it. It also bounds the
+// replies one attempt reads.
 constexpr int kMaxCompletionsSkipped = 16;
 
 unsigned char byteAt(const char* data, int i) {
     return static_cast<unsigned char>(data[i]);
 }
 
+// Replies are told apart by their second byte: kind in the high nibble
+// (4 acknowledge, 5 completion or inquiry reply, 6 error), socket in the low.
 bool isCompletion(const char* msg, int len) {
     return len == 3 && byteAt(msg, 0) == kReplyStart &&
            (byteAt(msg, 1) == 0x51 || byteAt(msg, 1) == 0x52) && byteAt(msg, 2) == kTerminator;
 }
 
-bool isAcknowledge(const char* msg) {
-    return byteAt(msg, 0) == kReplyStart && (byteAt(msg, 1) == 0x41 || byteAt(msg, 1) == 0x42) &&
-           byteAt(msg, 2) == kTerminator;
+bool isAcknowledge(const char* msg, int len) {
+    return len == 3 && byteAt(msg, 0) == kReplyStart &&
+           (byteAt(msg, 1) == 0x41 || byteAt(msg, 1) == 0x42) && byteAt(msg, 2) == kTerminator;
+}
+
+// 90 50 <data> FF, whole: the reply to an inquiry (socket 0).
+bool isInquiryReply(const char* msg, int len) {
+    return len >= 3 && byteAt(msg, 0) == kReplyStart && byteAt(msg, 1) == 0x50 &&
+           byteAt(msg, len - 1) == kTerminator;
+}
+
+// A reply that can only belong to another frame: a completion (the answer to a
+// command is its acknowledge), an acknowledge after an inquiry, an inquiry
+// reply with data after a command.
+bool isForeign(const char* msg, int len, bool inquiry) {
+    if (isCompletion(msg, len))
+        return true;
+    return inquiry ? isAcknowledge(msg, len) : len > 3 && isInquiryReply(msg, len);
 }
 
 } // namespace
@@ -69,30 +88,59 @@ int ViscaTransport::recvData(char* buf, int len, int timeout) {
     return got;
 }
 
-int ViscaTransport::exchange(const char* frame, int len, const char* name,
-                             const std::function<bool(int attempt)>& receive) {
+int ViscaTransport::exchange(const char* frame, int len, const char* name, bool inquiry,
+                             const std::function<bool(int attempt, int got)>& judge) {
     KVMutexLocker guard(m_lock, __FILE__, __LINE__);
-    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+    // Whatever an earlier exchange left on the line answers no frame of this one.
+    drain();
+    // A thread being stopped starts no attempt: it would only send a frame and
+    // give up on its answer at once.
+    for (int attempt = 1; attempt <= kAttempts && !PlatformClock::stopRequested(); ++attempt) {
         const int sent = m_uart->send(m_nPort, frame, len);
         if (sent != len)
             logSendFailure(name, attempt, sent, frame, len);
-        else if (receive(attempt))
+        else if (judge(attempt, readAnswer(inquiry)))
             return 1;
         drain();
     }
     return 0;
 }
 
+// Reads the replies to the frame just sent and keeps the one that answers it
+// in m_szRecv; returns its length as the reply reader counts it (-1: none).
+// Replies that can only be another frame's are passed over. After an attempt
+// that got no whole answer, the module may still send it: the module answers
+// in order, so that late answer comes first, and until an attempt has again
+// read the line until it fell quiet, every reply within the time-out is read
+// and the last one kept.
+int ViscaTransport::readAnswer(bool inquiry) {
+    char msg[kMaxReply];
+    int answer = -1;
+    for (int read = 0; read < kMaxCompletionsSkipped; ++read) {
+        const int got = getRealData(msg, kMaxReply, kReplyTimeout);
+        if (got < 1)
+            break;
+        if (isForeign(msg, got, inquiry))
+            continue;
+        std::memcpy(m_szRecv, msg, static_cast<std::size_t>(got));
+        answer = got;
+        if (!m_bLateAnswer)
+            break;
+    }
+    m_bLateAnswer = answer < 1 || byteAt(m_szRecv, answer - 1) != kTerminator;
+    return answer;
+}
+
 int ViscaTransport::command(const char* frame, int len, const char* name) {
     if (frame == nullptr || len <= 0)
         return 0;
-    return exchange(frame, len, name, [&](int attempt) {
-        const int got = recvData(m_szRecv, 3, kReplyTimeout);
+    return exchange(frame, len, name, false, [&](int attempt, int got) {
         if (got != 3) {
-            logRecvFailure(name, attempt, frame, len, m_szRecv, got);
+            // A longer reply overflows the 3-byte answer: counted as nothing read.
+            logRecvFailure(name, attempt, frame, len, m_szRecv, got > 3 ? -1 : got);
             return false;
         }
-        if (isAcknowledge(m_szRecv))
+        if (isAcknowledge(m_szRecv, got))
             return true;
         m_log.ErrorPrintf("===send:");
         m_log.recodeArray(frame, len);
@@ -102,14 +150,16 @@ int ViscaTransport::command(const char* frame, int len, const char* name) {
     });
 }
 
+// Only a whole inquiry reply of the asked length answers: an error reply, a
+// reply cut off by the time-out or one of another form fails the attempt,
+// whatever its length.
 int ViscaTransport::inquiry(const char* frame, int len, char* reply, int replyLen,
                             const char* name) {
     if (frame == nullptr || len <= 0 || reply == nullptr || replyLen <= 0 || replyLen > kMaxReply)
         return 0;
-    return exchange(frame, len, name, [&](int attempt) {
-        const int got = recvData(m_szRecv, replyLen, kReplyTimeout);
-        if (got != replyLen) {
-            logRecvFailure(name, attempt, frame, len, m_szRecv, got);
+    return exchange(frame, len, name, true, [&](int attempt, int got) {
+        if (got != replyLen || !isInquiryReply(m_szRecv, got)) {
+            logRecvFailure(name, attempt, frame, len, m_szRecv, got > replyLen ? -1 : got);
             return false;
         }
         std::memcpy(reply, m_szRecv, static_cast<std::size_t>(replyLen));
@@ -122,7 +172,7 @@ int ViscaTransport::sendWithEcho(const char* frame, int len, const char* name) {
         return 0;
     KVMutexLocker guard(m_lock, __FILE__, __LINE__);
     std::vector<char> echo(static_cast<std::size_t>(len));
-    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+    for (int attempt = 1; attempt <= kAttempts && !PlatformClock::stopRequested(); ++attempt) {
         // m_uart-> throws on an empty UART pointer, on every attempt.
         const int sent = m_uart->send(m_nPort, frame, len);
         if (sent != len) {

@@ -17,7 +17,10 @@ class ISensorController;
 // here at once; the driver owns all of them and outlives the transport.
 //
 // Each exchange runs under the controller lock and is tried at most three
-// times, with the serial input drained after a failed attempt. Every read is
+// times, with the serial input drained before the first attempt and after a
+// failed one, and takes only the reply that answers its own frame (see
+// readAnswer). On a platform thread being stopped no attempt starts and the
+// waits end at once. Every read is
 // bounded: receive time-outs count tenths of a second (the UART's unit) and
 // the reply reader gives up after a fixed number of bytes. Failures are
 // logged through the controller's error log with the frames as hex dumps; the
@@ -45,10 +48,12 @@ public:
     // Like getRealData, but skips completion messages (90 51 FF, 90 52 FF).
     int recvData(char* buf, int len, int timeout);
 
-    // Sends a command and waits for its acknowledge (90 41 FF or 90 42 FF).
+    // Sends a command and waits for its acknowledge (90 41 FF or 90 42 FF);
+    // completions and inquiry replies are another frame's and passed over.
     // 1 on success, 0 after three failed attempts.
     int command(const char* frame, int len, const char* name = "setParameterValue");
-    // Sends an inquiry and copies a reply of exactly replyLen bytes to reply.
+    // Sends an inquiry and copies its reply, 90 50 .. FF of exactly replyLen
+    // bytes, to reply; acknowledges and completions are passed over.
     int inquiry(const char* frame, int len, char* reply, int replyLen,
                 const char* name = "getParameterValue");
     // Sends a frame the module echoes byte for byte. A wrong echo on the first
@@ -69,11 +74,12 @@ public:
     static int decodePosition(const char in[4]);
 
 private:
-    // The attempt loop shared by command and inquiry: under the lock, send,
-    // let `receive` read and judge the answer (logging its own failure), and
-    // drain the input before the next attempt.
-    int exchange(const char* frame, int len, const char* name,
-                 const std::function<bool(int attempt)>& receive);
+    // The attempt loop shared by command and inquiry: under the lock, drain,
+    // send, read the answer (readAnswer) and let `judge` accept it or log
+    // its failure, and drain the input before the next attempt.
+    int exchange(const char* frame, int len, const char* name, bool inquiry,
+                 const std::function<bool(int attempt, int got)>& judge);
+    int readAnswer(bool inquiry);
     void drain();
     void logSendFailure(const char* name, int attempt, int sent, const char* frame, int len);
     void logRecvFailure(const char* name, int attempt, const char* frame, int len,
@@ -84,4 +90,6 @@ private:
     KVMutex& m_lock;
     ISensorController& m_log;
     char m_szRecv[kMaxReply];
+    // The last attempt got no whole answer, which may still come (readAnswer).
+    bool m_bLateAnswer = false;
 };

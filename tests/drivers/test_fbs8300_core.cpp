@@ -270,6 +270,42 @@ TEST_F(Fbs8300Ready, GainGoesToThe2ALibrary) {
     EXPECT_EQ(KviaSimulator::value(49), 2);
 }
 
+// Answers held past the next frame, duplicated or cut (the simulator's fault
+// switches) are never taken as the answer to another frame.
+TEST_F(Fbs8300Ready, LateDuplicatedOrCutAnswersAnswerNoOtherFrame) {
+    auto& d = *rig.driver;
+    for (const bool held : {true, false}) {
+        rig.sim.clearFaults();
+        held ? rig.sim.setHeldAnswer(1) : rig.sim.setDuplicate(1);
+        EXPECT_EQ(d.setParameterToSensor(1, 60), 1);
+        rig.sim.setErrorReply(0, 2); // the module refuses the next set
+        EXPECT_EQ(d.setParameterToSensor(2, 40), 0) << held;
+        EXPECT_TRUE(rig.sim.registerValue({0x04, 0xA2}).empty());
+    }
+
+    rig.sim.clearFaults();
+    rig.sim.setRegisterValue({0x04, 0x4C}, {0x00, 0x00, 0x00, 0x0B});
+    rig.sim.setZoomPosition(0x1234);
+    rig.sim.setHeldAnswer(1); // the worker's gain inquiry, then the host's zoom get
+    d.setCameraGainTo2ALib();
+    EXPECT_EQ(KviaSimulator::value(35), 11);
+    int position = 0, ratio = 0;
+    ASSERT_EQ(d.getZoomValue(position, ratio), 1);
+    EXPECT_EQ(position, 0x1234);
+
+    // Replies of the asked length whose end was lost: the time-out ends them.
+    rig.sim.clearFrames();
+    rig.sim.setCutShort(0, 1);
+    rig.sim.setGarbage({0x90, 0x50, 0x00, 0x08, 0x00}, 1);
+    EXPECT_EQ(d.setSensorVideoSystem(0, VideoResolution()), 1);
+    EXPECT_EQ(rig.sim.restartCount(), 0);
+    EXPECT_EQ(rig.countCommands("81 01 04 24 72"), 0);
+    rig.sim.setCutShort(0, 1);
+    rig.sim.setGarbage({0x90, 0x50, 0x00, 0x00, 0x00, 0x0A, 0x00}, 1);
+    d.setCameraGainTo2ALib();
+    EXPECT_EQ(KviaSimulator::value(35), 11);
+}
+
 // The turn frames themselves are checked end to end in test_fbs8300_manager.
 TEST_F(Fbs8300Ready, TurnsSwitchTheLedsOnceAndOnlyAfterTheFrames) {
     auto& d = *rig.driver;

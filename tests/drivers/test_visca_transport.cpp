@@ -97,6 +97,66 @@ TEST_F(ViscaTransportTest, InquiryNeedsExactlyTheReplyLength) {
               std::string::npos);
 }
 
+// Answers that belong to an earlier frame, recorded as the module sent them: an
+// acknowledge or inquiry reply that came after its attempt gave up, or one of
+// the other kind. Each exchange must take the answer to its own frame.
+TEST_F(ViscaTransportTest, LateOrForeignAnswersNeverAnswerTheCurrentFrame) {
+    const std::string refused = bytes({0x90, 0x60, 0x02, 0xFF});
+    const std::string gain = bytes({0x90, 0x50, 0x00, 0x00, 0x00, 0x0B, 0xFF});
+    const std::string zoom = bytes({0x90, 0x50, 0x01, 0x02, 0x03, 0x04, 0xFF});
+    m_module.play({// a command unanswered three times, its answer comes with the next one's
+                   {9, ""},
+                   {9, ""},
+                   {9, ""},
+                   {9, kAck1 + kDone + refused},
+                   {9, refused},
+                   {9, refused},
+                   // a gain inquiry unanswered, its reply comes with the zoom reply
+                   {5, ""},
+                   {5, ""},
+                   {5, ""},
+                   {5, gain + zoom},
+                   // a stale reply of the other kind before the right one
+                   {9, gain + kAck1},
+                   {5, kAck1 + kDone + zoom}});
+    kvtest::StdoutCapture out;
+    EXPECT_EQ(command(kSaturation), 0);
+    EXPECT_EQ(command(kSaturation), 0) << "refused, whatever came before";
+    char reply[7] = {};
+    EXPECT_EQ(m_ctl.visca().inquiry(kZoomInquiry.data(), 5, reply, 7), 0);
+    ASSERT_EQ(m_ctl.visca().inquiry(kZoomInquiry.data(), 5, reply, 7), 1);
+    EXPECT_EQ(std::string(reply, 7), zoom);
+    EXPECT_EQ(command(kSaturation), 1);
+    ASSERT_EQ(m_ctl.visca().inquiry(kZoomInquiry.data(), 5, reply, 7), 1);
+    EXPECT_EQ(std::string(reply, 7), zoom);
+    EXPECT_EQ(m_module.finish().size(), 6 * 9 + 4 * 5 + 9 + 5u);
+}
+
+// Only a whole reply of the asked length and form answers an inquiry.
+TEST_F(ViscaTransportTest, InquiryRefusesErrorCutAndForeignRepliesOfTheRightLength) {
+    const struct {
+        int length;
+        std::string reply;
+    } cases[] = {
+        {4, bytes({0x90, 0x60, 0x02, 0xFF})},       // error reply
+        {5, bytes({0x90, 0x50, 0x00, 0x08, 0x00})}, // cut off by the time-out
+        {3, kAck1},                                 // an acknowledge
+        {5, bytes({0x90, 0x61, 0x41, 0x00, 0xFF})}, // not an inquiry reply
+    };
+    for (const auto& c : cases) {
+        kvtest::ScriptedModule module;
+        kvtest::TestZoomController ctl;
+        ASSERT_TRUE(ctl.attach(module.slave()));
+        module.play({{5, c.reply}, {5, c.reply}, {5, c.reply}});
+        kvtest::StdoutCapture out;
+        char reply[8] = {};
+        EXPECT_EQ(ctl.visca().inquiry(kZoomInquiry.data(), 5, reply, c.length), 0) << c.length;
+        EXPECT_EQ(module.finish().size(), 15u);
+        EXPECT_NE(kvtest::printed(out).find("===recv(3 times) @getParameterValue failed"),
+                  std::string::npos);
+    }
+}
+
 TEST_F(ViscaTransportTest, ReaderRefusesEndlessCompletionsAndOversizedReplies) {
     std::string flood;
     for (int i = 0; i < 40; ++i)

@@ -1,5 +1,6 @@
 // FBS8300 dome end to end on a faulty line: silent, erroring or garbling module.
 // labels: threaded
+#include "platform/PlatformClock.h"
 #include "support/controller/Fbs8300Rig.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -98,6 +100,41 @@ TEST(Fbs8300Faults, InitWithASilentModuleFinishesAndLogs) {
     rig.sim.clearFaults();
     EXPECT_EQ(c->setParameters("(2,40)"), 1);
     EXPECT_GT(rig.countCommands("81 01 04 A2 00 00 00 06 FF"), 0);
+}
+
+// Releasing the dome while its threads wait on a silent module: the worker's
+// gain inquiry by day, and the IR thread's zoom inquiry as well at night.
+TEST(Fbs8300Faults, ReleaseWhileThreadsWaitOnASilentModuleIsQuick) {
+    for (const bool night : {false, true}) {
+        SCOPED_TRACE(night ? "night" : "day");
+        kvtest::Fbs8300Rig rig;
+        {
+            SafePointer<ISensorController> c = rig.init();
+            ASSERT_EQ(c->getSensorStatus(), ISensorController::InitSuccess);
+        }
+        std::vector<std::string> waiting = {"81 09 04 4C FF"};
+        if (night) {
+            rig.adc->setValue(300); // below to-night: the worker turns to night
+            waiting.push_back("81 09 04 47 FF");
+            for (int i = 0; i < 300 && rig.frames(true, waiting[1]).empty(); ++i)
+                PlatformClock::sleepFor(PlatformClock::Duration(1.0));
+        }
+        rig.sim.setSilence();
+        rig.sim.clearFrames();
+        for (int i = 0; i < 300; ++i) {
+            bool all = true;
+            for (const std::string& inquiry : waiting)
+                all = all && !rig.frames(true, inquiry).empty();
+            if (all)
+                break;
+            PlatformClock::sleepFor(PlatformClock::Duration(0.1));
+        }
+        for (const std::string& inquiry : waiting)
+            ASSERT_FALSE(rig.frames(true, inquiry).empty()) << inquiry;
+        const auto start = std::chrono::steady_clock::now();
+        rig.manager.reset();
+        EXPECT_LT(realSeconds(start), 0.020);
+    }
 }
 
 } // namespace

@@ -2,11 +2,13 @@
 // labels: threaded
 #include "platform/TermiosUARTController.h"
 
+#include "platform/KVThread.h"
 #include "platform/PlatformClock.h"
 #include "support/TestRoot.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <fcntl.h>
@@ -118,6 +120,24 @@ TEST_F(UartTest, ReceiveWaitsForALateAnswerWhileTheOtherDirectionSends) {
     sender.join();
     EXPECT_EQ(std::string(buf, 3), "\x90\x41\xff");
     EXPECT_EQ(m_peer.read(50), std::string(50, 's'));
+}
+
+TEST_F(UartTest, StoppingTheReceivingThreadEndsItsWait) {
+    PlatformClock::setTimeScale(0.1); // 100 tenths = 1 s
+    std::atomic<int> got{-2};
+    KVThread reader(
+        [&] {
+            char c = 0;
+            got = m_uart.recv(m_nPort, &c, 1, 100);
+            return 0;
+        },
+        "reader");
+    ASSERT_EQ(reader.start(), 1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    const auto start = Clock::now();
+    reader.stop();
+    EXPECT_LT(secondsSince(start), 0.02);
+    EXPECT_EQ(got, 0);
 }
 
 TEST_F(UartTest, ClearRecvBufferDropsPendingInput) {

@@ -166,6 +166,16 @@ TEST_F(ViscaSimulatorTest, FaultModesSilenceOrDistortTheAnswers) {
     send(kVersion);
     EXPECT_TRUE(read(1, 10).empty()); // not within 1 device second
     EXPECT_EQ(9u, read(9).size());    // but within 20
+
+    // A duplicated answer; an answer held until the next frame, then sent before its own.
+    sim.setDuplicate(1);
+    EXPECT_EQ((Bytes{0x90, 0x42, 0xFF, 0x90, 0x52, 0xFF, 0x90, 0x42, 0xFF, 0x90, 0x52, 0xFF}),
+              exchange(kSaturation7, 12));
+    sim.setHeldAnswer(1);
+    send(kBaudInquiry);
+    EXPECT_TRUE(silent());
+    EXPECT_EQ((Bytes{0x90, 0x50, 0x00, 0x00, 0xFF, 0x90, 0x41, 0xFF, 0x90, 0x51, 0xFF}),
+              exchange(kSaturation7, 11));
 }
 
 TEST_F(ViscaSimulatorTest, SplitsFramesAndDropsNoiseAndBadChecksums) {

@@ -26,6 +26,8 @@ public:
     // The threads call this object's virtual hooks: stop them before its
     // destruction starts changing the object's type.
     ~Fbs8300Driver() override {
+        m_pObjIrLedContrlThread->requestStop();
+        m_DNChangeThread->requestStop();
         m_pObjIrLedContrlThread->stop();
         m_DNChangeThread->stop();
     }
