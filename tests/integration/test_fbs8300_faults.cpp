@@ -105,35 +105,49 @@ TEST(Fbs8300Faults, InitWithASilentModuleFinishesAndLogs) {
 // Releasing the dome while its threads wait on a silent module: the worker's
 // gain inquiry by day, and the IR thread's zoom inquiry as well at night.
 TEST(Fbs8300Faults, ReleaseWhileThreadsWaitOnASilentModuleIsQuick) {
+#ifdef KV_CROSSCOMPILING
+    const double bound = 0.200; // an emulated CPU runs the same steps several times slower
+#else
+    const double bound = 0.020;
+#endif
     for (const bool night : {false, true}) {
         SCOPED_TRACE(night ? "night" : "day");
-        kvtest::Fbs8300Rig rig;
-        {
-            SafePointer<ISensorController> c = rig.init();
-            ASSERT_EQ(c->getSensorStatus(), ISensorController::InitSuccess);
-        }
-        std::vector<std::string> waiting = {"81 09 04 4C FF"};
-        if (night) {
-            rig.adc->setValue(300); // below to-night: the worker turns to night
-            waiting.push_back("81 09 04 47 FF");
-            for (int i = 0; i < 300 && rig.frames(true, waiting[1]).empty(); ++i)
-                PlatformClock::sleepFor(PlatformClock::Duration(1.0));
-        }
-        rig.sim.setSilence();
-        rig.sim.clearFrames();
-        for (int i = 0; i < 300; ++i) {
-            bool all = true;
+        // Seconds that releasing the dome takes once its threads wait.
+        const auto release = [night] {
+            kvtest::Fbs8300Rig rig;
+            {
+                SafePointer<ISensorController> c = rig.init();
+                EXPECT_EQ(c->getSensorStatus(), ISensorController::InitSuccess);
+            }
+            std::vector<std::string> waiting = {"81 09 04 4C FF"};
+            if (night) {
+                rig.adc->setValue(300); // below to-night: the worker turns to night
+                waiting.push_back("81 09 04 47 FF");
+                for (int i = 0; i < 300 && rig.frames(true, waiting[1]).empty(); ++i)
+                    PlatformClock::sleepFor(PlatformClock::Duration(1.0));
+            }
+            rig.sim.setSilence();
+            rig.sim.clearFrames();
+            for (int i = 0; i < 300; ++i) {
+                bool all = true;
+                for (const std::string& inquiry : waiting)
+                    all = all && !rig.frames(true, inquiry).empty();
+                if (all)
+                    break;
+                PlatformClock::sleepFor(PlatformClock::Duration(0.1));
+            }
             for (const std::string& inquiry : waiting)
-                all = all && !rig.frames(true, inquiry).empty();
-            if (all)
-                break;
-            PlatformClock::sleepFor(PlatformClock::Duration(0.1));
-        }
-        for (const std::string& inquiry : waiting)
-            ASSERT_FALSE(rig.frames(true, inquiry).empty()) << inquiry;
-        const auto start = std::chrono::steady_clock::now();
-        rig.manager.reset();
-        EXPECT_LT(realSeconds(start), 0.020);
+                EXPECT_FALSE(rig.frames(true, inquiry).empty()) << inquiry;
+            const auto start = std::chrono::steady_clock::now();
+            rig.manager.reset();
+            return realSeconds(start);
+        };
+        // A second try only when the first is slow: another process may have
+        // had the CPU. An uninterrupted wait is slow every time.
+        double took = release();
+        if (took >= bound)
+            took = release();
+        EXPECT_LT(took, bound);
     }
 }
 
