@@ -140,10 +140,12 @@ bool Session::loadModule(std::string& error) {
         }
     }
     if (!found) {
-        // A simulated zoom dome without a record gets the sample unit's.
+        // A zoom dome without a record (simulated, or named with --module)
+        // gets the sample unit's.
         const int sampleId = m_objOptions.moduleId < 0 ? AmbaS2FBS8300SenseController::kSensorType
                                                        : m_objOptions.moduleId;
-        if (m_objOptions.simulate && viscaModelOfModule(sampleId) != nullptr) {
+        if ((m_objOptions.simulate || m_objOptions.moduleId >= 0) &&
+            viscaModelOfModule(sampleId) != nullptr) {
             m_objModule = ModuleConfigure(sampleId, kSampleDetail, kSampleParameters);
         } else if (m_objOptions.moduleId >= 0) {
             m_objModule = ModuleConfigure(m_objOptions.moduleId, "", "");
