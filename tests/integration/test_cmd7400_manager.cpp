@@ -15,10 +15,17 @@ namespace {
 using kvtest::contains;
 using Frames = std::vector<std::string>;
 
-// A CMD7400 unit brought up by the manager as the host does.
+// A CMD7400 unit brought up by the manager as the host does. Unless it is
+// a first start, scheme 1 is in force all day, so that no switch by time
+// re-applies the scheme while a test sets values.
 struct Cmd7400Unit {
-    Cmd7400Unit() : rig(kvtest::Fbs8300Rig::cmd7400Options()) {
+    explicit Cmd7400Unit(bool firstStart = false) : rig(kvtest::Fbs8300Rig::cmd7400Options()) {
         rig.useModule(CMD7400SenseController::kSensorType);
+        if (!firstStart) {
+            const std::string window = "(500,1)(501,0)(502,0)(503,24)(504,0)(10000,999)(10001,999)";
+            rig.root.writeFile("/mnt/mtd/code/config_file/sensor_Factory.cfg", window);
+            rig.root.writeFile("/mnt/mtd/code/config_file/sensor1.cfg", window);
+        }
         c = rig.init();
         dome = dynamic_cast<CMD7400SenseController*>(c.get());
     }
@@ -28,7 +35,7 @@ struct Cmd7400Unit {
 };
 
 TEST(Cmd7400Manager, StartsLikeTheFbs8300WithoutDayNightDCAndRegistersItsIds) {
-    Cmd7400Unit unit;
+    Cmd7400Unit unit(true);
     ASSERT_NE(unit.dome, nullptr) << "the factory must build the CMD7400 driver for id 83";
     EXPECT_EQ(unit.c->getSensorStatus(), ISensorController::InitSuccess);
     // Speed check, OSD off, start-up DC, version, video system (14 = system
