@@ -3,6 +3,7 @@
 
 #include "controller/NullSenseController.h"
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
+#include "drivers/platform/CMD7400SenseController.h"
 #include "platform/GlobalEnv.h"
 
 #include <cstdio>
@@ -29,7 +30,7 @@ const DriverEntry kDrivers[] = {
     {25, nullptr, nullptr}, // CMD8300SenseController
     {80, nullptr, nullptr}, // AmbaS2SenseController
     {82, &build<AmbaS2FBS8300SenseController>, "new AmbaS2_Dome AmbaS2FBS8300!"},
-    {83, nullptr, "new AmbaS2_Dome CMD7400!"}, // CMD7400SenseController
+    {83, &build<CMD7400SenseController>, "new AmbaS2_Dome CMD7400!"},
 };
 
 } // namespace

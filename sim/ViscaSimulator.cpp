@@ -1,4 +1,4 @@
-// Simulated FBS8300 VISCA block camera answering on a pseudo-terminal.
+// Simulated VISCA zoom block camera answering on a pseudo-terminal.
 #include "sim/ViscaSimulator.h"
 
 #include "platform/PlatformClock.h"
@@ -11,7 +11,6 @@ namespace {
 constexpr uint8_t kEnd = 0xFF;
 constexpr uint8_t kVendor = 0xFE;
 constexpr uint8_t kEcho = 0xA1;
-constexpr size_t kVendorLength = 7;
 constexpr size_t kEchoLength = 4;
 constexpr size_t kMaxViscaLength = 16;
 // A partial frame older than this (real seconds) is line noise and dropped.
@@ -34,8 +33,12 @@ bool isViscaStart(uint8_t b) {
 ViscaSimulator::ViscaSimulator() : ViscaSimulator(Options()) {}
 
 ViscaSimulator::ViscaSimulator(const Options& options)
-    : m_registers(std::clamp(options.baudIndex, 0, 3), options.videoFormat),
+    : m_model(options.model != nullptr ? *options.model : defaultViscaModel()),
+      m_registers(std::clamp(options.baudIndex, 0, 3),
+                  options.videoFormat >= 0 ? options.videoFormat : m_model.videoFormat),
       m_dRestartSeconds(options.restartSeconds), m_bPacing(options.pacing) {
+    for (const auto& reg : m_model.registers)
+        m_registers.setValue(reg.first, reg.second);
     if (!m_pty.open(baudOfIndex(m_registers.activeBaudIndex())))
         return;
     m_thread = std::thread(&ViscaSimulator::run, this);
@@ -97,7 +100,7 @@ void ViscaSimulator::checkRestart(double now) {
     }
 }
 
-// Splits the byte stream into frames: VISCA 8x .. FF, vendor FE + 6 bytes,
+// Splits the byte stream into frames: VISCA 8x .. FF, vendor FE + the model's length,
 // echo A1 + 3 bytes. Bytes outside a frame are noise and dropped.
 void ViscaSimulator::feed(uint8_t byte, double now) {
     const double real = realNow();
@@ -113,7 +116,7 @@ void ViscaSimulator::feed(uint8_t byte, double now) {
     const uint8_t start = m_partial[0];
     bool complete = false;
     if (start == kVendor)
-        complete = m_partial.size() == kVendorLength;
+        complete = m_partial.size() == m_model.vendorLength;
     else if (start == kEcho)
         complete = m_partial.size() == kEchoLength;
     else if (byte == kEnd)
@@ -193,20 +196,23 @@ void ViscaSimulator::handleVisca(const Bytes& frame, double now) {
     answer(reply, now);
 }
 
-// Vendor frames FE b1 b2 b3 b4 cs FF; a bad checksum or ending is ignored.
+// Vendor frames FE body cs FF; a bad checksum or ending is ignored.
 void ViscaSimulator::handleVendor(const Bytes& frame, double now) {
-    const int sum = frame[1] + frame[2] + frame[3] + frame[4];
-    if (frame[6] != kEnd || frame[5] != (sum & 0xFF))
+    const size_t n = frame.size();
+    int sum = 0;
+    for (size_t i = 1; i + 2 < n; ++i)
+        sum += frame[i];
+    if (n < 4 || frame[n - 1] != kEnd || frame[n - 2] != (sum & 0xFF))
         return;
-    const Bytes command(frame.begin() + 1, frame.begin() + 5);
-    if (command == Bytes{0x05, 0x03, 0x01, 0x01}) {
+    const Bytes command(frame.begin() + 1, frame.end() - 2);
+    if (command == m_model.restartVendor) {
         m_dRestartUntil = now + m_dRestartSeconds;
         ++m_nRestarts;
         m_queue.clear();
         m_held.clear();
         return;
     }
-    if (command == Bytes{0x06, 0x01, 0x01, 0x01}) {
+    if (command == m_model.versionVendor) {
         // FE, three model bytes, the version, then the plain sum of bytes 1..6.
         Bytes reply{kVendor, 0x01, 0x02, 0x03, m_version[0], m_version[1], m_version[2]};
         int check = 0;

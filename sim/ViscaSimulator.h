@@ -1,8 +1,9 @@
-// Simulated FBS8300 VISCA block camera answering on a pseudo-terminal.
+// Simulated VISCA zoom block camera answering on a pseudo-terminal.
 #pragma once
 
 #include "sim/PtyEndpoint.h"
 #include "sim/ViscaFaults.h"
+#include "sim/ViscaModels.h"
 #include "sim/ViscaRegisters.h"
 
 #include <atomic>
@@ -25,14 +26,18 @@
 // understands nor answers. Every frame received is recorded, and fault
 // switches make it misbehave in the ways a real module on a noisy line does.
 // Times are device seconds of the platform clock, so scaled tests stay fast.
+// What differs between module models (FBS8300, CMD7400) is data of the
+// model's profile (ViscaModels).
 class ViscaSimulator {
 public:
     using Bytes = std::vector<uint8_t>;
     static constexpr int kForever = ViscaFaults::kForever;
 
     struct Options {
-        int baudIndex = 0;            // 0 = 9600, 1 = 19200, 2 = 38400, 3 = 115200
-        int videoFormat = 6;          // value of register 24 72
+        int baudIndex = 0; // 0 = 9600, 1 = 19200, 2 = 38400, 3 = 115200
+        // The module model (nullptr: defaultViscaModel()).
+        const ViscaModel* model = nullptr;
+        int videoFormat = -1;         // value of register 24 72 (-1: the model's)
         double restartSeconds = 20.0; // silence after a restart frame
         bool pacing = false;          // send answers at the module's speed
     };
@@ -70,6 +75,7 @@ public:
     void setHostBaud(int baud);
     static int baudOfIndex(int index);
 
+    const ViscaModel& model() const { return m_model; }
     bool isRestarting() const;
     int restartCount() const;
     void setVersion(int major, int minor, int patch);
@@ -104,6 +110,7 @@ private:
     void checkRestart(double now);
     std::vector<Bytes> takeDue(double now);
 
+    const ViscaModel& m_model;
     PtyEndpoint m_pty;
     mutable std::mutex m_mutex;
     mutable std::condition_variable m_cond;

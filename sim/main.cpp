@@ -29,7 +29,8 @@ std::string hexLine(const ViscaSimulator::Bytes& frame) {
 }
 
 struct Settings {
-    int module = 82;
+    std::string model;
+    int module = 0;
     bool silent = false;
     bool errorReply = false;
     bool garbage = false;
@@ -58,8 +59,24 @@ int main(int argc, char** argv) {
                  "bytes in hexadecimal), until interrupted (SIGINT or SIGTERM). Point a "
                  "client at the path, e.g. sensorctl --device PATH.",
                  "camsim"};
-    app.add_option("--module", s.module, "module id to simulate (82: FBS8300 zoom block, VISCA)")
-        ->check(CLI::IsMember({82}));
+    app.add_option("--model", s.model,
+                   "module model to simulate: " + viscaModelNames("|") + " (default " +
+                       defaultViscaModel().name + ")")
+        ->check(CLI::Validator(
+            [](std::string& v) {
+                return findViscaModel(v) != nullptr ? std::string() : "no model " + v;
+            },
+            viscaModelNames("|")));
+    app.add_option("--module", s.module,
+                   "module id to simulate, instead of --model (82: FBS8300, 83: CMD7400)")
+        ->check(CLI::Validator(
+            [](std::string& v) {
+                int id = 0;
+                return std::sscanf(v.c_str(), "%d", &id) == 1 && viscaModelOfModule(id) != nullptr
+                           ? std::string()
+                           : "no simulated module " + v;
+            },
+            "ID"));
     app.add_flag("--silent", s.silent, "never answer (a module that is off or not wired)");
     app.add_flag("--error-reply", s.errorReply,
                  "answer every command and inquiry with a syntax error");
@@ -84,6 +101,7 @@ int main(int argc, char** argv) {
     PlatformClock::setTimeScale(s.timeScale);
     ViscaSimulator::Options options;
     options.baudIndex = s.baudIndex;
+    options.model = !s.model.empty() ? findViscaModel(s.model) : viscaModelOfModule(s.module);
     ViscaSimulator sim(options);
     if (!sim.isRunning()) {
         std::fprintf(stderr, "camsim: could not create a pseudo-terminal\n");

@@ -1,5 +1,5 @@
 // The day/night and IR LED commands of sensorctl's interpreter.
-#include "drivers/platform/AmbaS2FBS8300SenseController.h"
+#include "drivers/platform/ViscaZoomDomeController.h"
 #include "tools/Commands.h"
 
 #include <cstdio>
@@ -17,7 +17,7 @@ std::string modeName(int mode) {
     return mode >= 0 && mode <= 4 ? kModeNames[mode] : "unknown";
 }
 
-// The FBS8300's own numbering of the base modes (0 for "not offered").
+// The zoom domes' own numbering of the base modes (0 for "not offered").
 int fbs8300Mode(int baseMode) {
     static const int kModes[] = {1, 3, 4, 5, 0};
     return baseMode >= 0 && baseMode <= 4 ? kModes[baseMode] : 0;
@@ -54,10 +54,13 @@ bool Commands::cmdDayNight(const std::vector<std::string>& words, std::string& o
         return false;
     }
     int driverMode = mode;
-    if (m_session.module().getModuleId() == AmbaS2FBS8300SenseController::kSensorType) {
+    const bool dome =
+        dynamic_cast<ViscaZoomDomeController*>(m_session.controller().get()) != nullptr;
+    if (dome) {
         driverMode = fbs8300Mode(mode);
         if (driverMode == 0) {
-            out = "module 82 has no day/night mode \"" + modeName(mode) + "\"";
+            out = "module " + std::to_string(m_session.module().getModuleId()) +
+                  " has no day/night mode \"" + modeName(mode) + "\"";
             return false;
         }
     }
@@ -74,7 +77,7 @@ bool Commands::cmdDnState(std::string& out) {
     int mode = m_nDayNightMode;
     int stored = 0;
     if (mode < 0 && ctl->getParameter(22, stored) != 0) {
-        mode = m_session.module().getModuleId() == AmbaS2FBS8300SenseController::kSensorType
+        mode = dynamic_cast<ViscaZoomDomeController*>(ctl.get()) != nullptr
                    ? baseModeOfFbs8300(stored)
                    : stored;
     }
@@ -84,7 +87,7 @@ bool Commands::cmdDnState(std::string& out) {
     out = "mode=" + modeName(mode) + " state=" + stateName(state) +
           " source=" + (sensor ? "light-sensor" : "module");
     int reading = -1;
-    auto* dome = dynamic_cast<AmbaS2FBS8300SenseController*>(ctl.get());
+    auto* dome = dynamic_cast<ViscaZoomDomeController*>(ctl.get());
     const bool haveReading = dome != nullptr && sensor && dome->getADCVal(reading) != 0;
     out += " reading=" + (haveReading ? std::to_string(reading) : std::string("none"));
     const int toDay = m_session.moduleParameter("toDayADCVal", 600);

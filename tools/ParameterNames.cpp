@@ -2,6 +2,7 @@
 #include "tools/ParameterNames.h"
 
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
+#include "drivers/platform/CMD7400SenseController.h"
 #include "drivers/protocols/ViscaSettings.h"
 
 #include <cerrno>
@@ -19,8 +20,9 @@ struct Row {
     const char* note;
 };
 
-// The FBS8300 dome: ids 1..32 and 57..68, 28 set-only, plus the scheme window.
-const Row kFbs8300Rows[] = {
+// The zoom domes: ids 1..32 and 57..68 (FBS8300: 28 set-only; CMD7400:
+// without 13 and 28).
+const Row kZoomDomeRows[] = {
     {1, "saturation", 0, 100, "common", ""},
     {2, "contrast", 0, 100, "common", ""},
     {3, "sharpness", 0, 100, "common", ""},
@@ -88,9 +90,11 @@ ParameterNames::Entry makeEntry(const Row& row) {
 } // namespace
 
 ParameterNames::ParameterNames(int moduleId) {
-    if (moduleId == AmbaS2FBS8300SenseController::kSensorType)
-        for (const Row& row : kFbs8300Rows)
-            m_vecEntries.push_back(makeEntry(row));
+    const bool cmd7400 = moduleId == CMD7400SenseController::kSensorType;
+    if (moduleId == AmbaS2FBS8300SenseController::kSensorType || cmd7400)
+        for (const Row& row : kZoomDomeRows)
+            if (!cmd7400 || (row.id != 13 && row.id != 28))
+                m_vecEntries.push_back(makeEntry(row));
     for (const Row& row : kSchemeRows)
         m_vecEntries.push_back(makeEntry(row));
 }

@@ -8,6 +8,7 @@
 #include "platform/ModuleConfigureParser.h"
 #include "platform/PlatformClock.h"
 #include "platform/TermiosUARTController.h"
+#include "sim/ViscaModels.h"
 #include "tools/HostGpio.h"
 #include "tools/ParameterNames.h"
 
@@ -97,13 +98,6 @@ bool Session::prepare(std::string& error) {
         m_pAdc->setValue(kDaylightReading);
         DeviceIoctl::registerDevice("/dev/adc", m_pAdc);
     }
-    if (m_objOptions.simulate) {
-        m_pSim = std::make_unique<ViscaSimulator>();
-        if (!m_pSim->isRunning()) {
-            error = "the module simulator could not start (no pseudo-terminal)";
-            return false;
-        }
-    }
     return loadModule(error);
 }
 
@@ -146,12 +140,13 @@ bool Session::loadModule(std::string& error) {
         }
     }
     if (!found) {
-        const bool sample = m_objOptions.simulate &&
-                            (m_objOptions.moduleId < 0 ||
-                             m_objOptions.moduleId == AmbaS2FBS8300SenseController::kSensorType);
-        if (sample) {
-            m_objModule = ModuleConfigure(AmbaS2FBS8300SenseController::kSensorType, kSampleDetail,
-                                          kSampleParameters);
+        // A zoom dome without a record (simulated, or named with --module)
+        // gets the sample unit's.
+        const int sampleId = m_objOptions.moduleId < 0 ? AmbaS2FBS8300SenseController::kSensorType
+                                                       : m_objOptions.moduleId;
+        if ((m_objOptions.simulate || m_objOptions.moduleId >= 0) &&
+            viscaModelOfModule(sampleId) != nullptr) {
+            m_objModule = ModuleConfigure(sampleId, kSampleDetail, kSampleParameters);
         } else if (m_objOptions.moduleId >= 0) {
             m_objModule = ModuleConfigure(m_objOptions.moduleId, "", "");
         } else {
@@ -164,9 +159,17 @@ bool Session::loadModule(std::string& error) {
         m_objModule.setDetail(m_objOptions.detail);
     if (m_objOptions.paramsGiven)
         m_objModule.setParameters(m_objOptions.params);
-    if (m_pSim)
+    if (m_objOptions.simulate) {
+        // The simulator plays the model of the module's id.
+        ViscaSimulator::Options simOptions;
+        simOptions.model = viscaModelOfModule(m_objModule.getModuleId());
+        m_pSim = std::make_unique<ViscaSimulator>(simOptions);
+        if (!m_pSim->isRunning()) {
+            error = "the module simulator could not start (no pseudo-terminal)";
+            return false;
+        }
         m_objModule.setDetail(withDevice(m_objModule.getDetail(), m_pSim->slavePath()));
-    else if (!m_objOptions.device.empty())
+    } else if (!m_objOptions.device.empty())
         m_objModule.setDetail(withDevice(m_objModule.getDetail(), m_objOptions.device));
     return true;
 }

@@ -1,11 +1,7 @@
 // Controller of the FBS8300 zoom block camera in the Ambarella S2 dome.
 #pragma once
 
-#include "drivers/platform/IDMX420ZoomSensorController.h"
-#include "drivers/platform/ZoomIrIllumination.h"
-
-#include <initializer_list>
-#include <string>
+#include "drivers/platform/ViscaZoomDomeController.h"
 
 // File names and debug printers of the FBS8300 dome.
 namespace AmbaS2FBS8300_TOOL {
@@ -19,148 +15,16 @@ void printArray(char* data, int length);
 void printIntArray(int* data, int length);
 } // namespace AmbaS2FBS8300_TOOL
 
-// The FBS8300 speaks VISCA at camera address 1 (commands 81 .., replies 90 ..,
-// every message ends FF) plus two vendor frames beginning FE with a checksum
-// (version, restart). Picture settings are the shared VISCA setting table
-// (drivers/protocols/ViscaSettings); this class adds the settings whose frames
-// are not of the table's shape, the lens, the baud-rate and video-system
-// handling that need a module restart, the 2A gain link, and the dome's IR
-// LED banks and light sensor (ZoomIrIllumination, thread "IrContrlThread").
+// The FBS8300 is the VISCA zoom dome module as ViscaZoomDomeController
+// describes it: levels truncated to 0..15, video values 6 (system 0) and 8
+// (system 1), the DC frame at every day/night switch.
 //
 // Parameter ids: 1..27, 29..32 and 57..68 common, 28 set-only.
-//
-// Implementation: AmbaS2FBS8300SenseController.cpp (start-up, module control,
-// 2A), AmbaS2FBS8300Parameters.cpp (ids 1..68), AmbaS2FBS8300Lens.cpp (zoom,
-// focus, iris), AmbaS2FBS8300DayNight.cpp (day/night, IR LEDs, light sensor).
-class ModuleParameterParser;
-
-class AmbaS2FBS8300SenseController : public IDMX420ZoomSensorController {
+class AmbaS2FBS8300SenseController : public ViscaZoomDomeController {
 public:
     // Sensor type passed to the base (the factory's module id).
     static constexpr int kSensorType = 82;
 
     AmbaS2FBS8300SenseController();
     ~AmbaS2FBS8300SenseController() override;
-
-    // ---- start-up and module control (AmbaS2FBS8300SenseController.cpp) -----
-    int initController(int moduleId, ModuleConfigure const& config) override;
-    int setSensorVideoSystem(int videoSystem, VideoResolution const& resolution) override;
-    int getCameraVerInf(std::string& version) override;
-    int restartCamera();
-    int changeCameraBuadrate(int baud);
-    int getCameraBaudRate(int& index);
-    int setCameraBuadRate(int index);
-    int setCameraOsdOff();
-    int set2AParam(int status) override;
-    int setCameraGainTo2ALib();
-    int doDependOnThread() override;
-    int enterAutoMode() override;
-
-    // VISCA exchanges (command with acknowledge, inquiry) and reply readers.
-    int setParameterValue(const char* frame, int length) override;
-    int getParameterValue(const char* frame, int length, char* reply, int replyLength) override;
-    int recvData(char* buffer, int length, int timeout);
-    int getRealData(char* buffer, int maxLength, int timeout);
-
-    // ---- parameters (AmbaS2FBS8300Parameters.cpp) ------------------------------
-    int setParameterToSensor(int id, int value) override;
-    int getParameterFromSensor(int id, int& value) override;
-    int getMirrorValue(int& value) override;
-    int getStillImageValue(int& value) override;
-    int restoreAeMode() override;
-    int setMirror(int value);
-    int setExposalMode(int value);
-    int setInfrared(int value);
-    int setNtoDSensitivity(int value);
-    int setDtoNSensitivity(int value);
-    int setFocusNearLimit(int value);
-    int setAutoNoiseReduction(int value);
-    int setManualNoiseReduction(int value);
-    int setNoiseReductionMode(int mode);
-
-    // ---- lens (AmbaS2FBS8300Lens.cpp) ----------------------------------------
-    int ZoomIn(int speed) override;
-    int ZoomOut(int speed) override;
-    int StopZoomContrl() override;
-    int FocusNear(int speed) override;
-    int FocusFar(int speed) override;
-    int StopFocusContrl() override;
-    int setZoomValue(int position) override;
-    int getZoomValue(int& position, int& ratio) override;
-    int setFocusValue(int position) override;
-    int getFocusValue(int& position) override;
-    int setZoomAndFocusValue(int zoom, int focus) override;
-    int setFocusMode(int mode) override;
-    int OnePushTrigger();
-    int IrisUp() override;
-    int IrisDown() override;
-    int setRunAutoIris() override;
-    // Zoom ratio in thousandths for a zoom position (the 12-point table).
-    static int zoomRatio(int position);
-
-    // ---- day/night and IR (AmbaS2FBS8300DayNight.cpp) ------------------------
-    int setDayNightMode(int mode) override;
-    int initAutoDNStatus();
-    int turnPictureToDay() override;
-    int turnPictureToNight() override;
-    int getDNStatusFromLDR(int& status) override;
-    int getDNStatusFromSensor(int& status) override;
-    int getDayNightState(int& state) override;
-    int getADCVal(int& value);
-    int setNearLight(int power) override;
-    int getNearLight(int& power) override;
-    int setMiddleLight(int power) override;
-    int getMiddleLight(int& power) override;
-    int setFarLight(int power) override;
-    int getFarLight(int& power) override;
-    int setPowerMode(int mode) override;
-    int getPowerMode(int& mode) override;
-    int initIRPowerParamV2Config();
-    int IrLedContrlThreadBody();
-    // The LED outputs and the power table, for host code; they forward to
-    // the dome's IR component (ZoomIrIllumination).
-    int initPWM();
-    int openPWM();
-    int closePWM();
-    int setPWM(int fd, int percent);
-    int getRealPWM(int percent);
-    int getIRPowerItem(int ratio, IRPowerItem& item);
-
-protected:
-    // Sends "81 01" + bytes + FF with acknowledge.
-    int sendCommand(std::initializer_list<int> bytes);
-    // Sends the DC frame 81 01 04 A7 00 a b 00 FF.
-    int sendDCFrame(const int dc[2]);
-    // Reads a DC key of the module record ("a,b", each 0..254) into `dc`; a
-    // missing or refused value leaves the start-up setting 1,3 in force.
-    void readDCValue(const ModuleParameterParser& params, const char* key, std::string& text,
-                     int dc[2]);
-
-    int m_nNtoDSensitivity = 5;
-    int m_nDtoNSensitivity = 15;
-    int m_nGeneration = 3;
-    int m_nUserGainVal = 0;
-    int m_nUserShutVal = 0;
-    int m_nUserIrisVal = 0;
-    int m_nExposalMode = 0;
-    int m_nFocusMode = 0;
-    int m_nStoredExposalMode = 0;
-    int m_nStoredFocusMode = 0;
-    std::string m_strDCDay;
-    std::string m_strDCNight;
-    // The DC bytes (a, b) sent at each switch; 1,3 is what start-up sets.
-    int m_nDCDay[2] = {1, 3};
-    int m_nDCNight[2] = {1, 3};
-    int m_nBaudarate = 9600;
-    int m_nDataBits = 8;
-    int m_nParity = 0;
-    int m_nStopBits = 1;
-    int m_nIsInfrared = 0;
-    bool m_bIsNewInfrared = false;
-    // Day/night mode as the host numbers it for this module (1 auto, 3 day,
-    // 4 night, 5 by time), and the base mode it maps to.
-    int m_nModuleDayNightMode = 1;
-
-    ZoomIrIllumination m_objIr;
-    SafePointer<GThread> m_pObjIrLedContrlThread;
 };

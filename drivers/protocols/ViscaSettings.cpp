@@ -1,6 +1,7 @@
 // The shared VISCA picture-setting table.
 #include "drivers/protocols/ViscaSettings.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <initializer_list>
 
@@ -68,6 +69,9 @@ int scaled(ViscaSetting::Value how, int v, ViscaRounding rounding) {
     case V::Level15:
         return rounding == ViscaRounding::Nearest ? (v * 15 + 50) / 100 : v * 15 / 100;
     case V::Level14Plus1:
+        // Modules that round take brightness on the 0..15 scale, level 0 as 1.
+        if (rounding == ViscaRounding::Nearest)
+            return std::max(1, (v * 15 + 50) / 100);
         return v * 14 / 100 + 1;
     case V::Level128:
         return v * 128 / 100;

@@ -13,7 +13,7 @@ struct ViscaSetting {
     enum class Value : std::uint8_t {
         Raw,          // v
         Level15,      // v*15/100 (a 0..100 setting on the module's 0..15 scale)
-        Level14Plus1, // v*14/100 + 1
+        Level14Plus1, // v*14/100 + 1 (rounding to nearest: round(v*15/100), at least 1)
         Level128,     // v*128/100
     };
     enum class Data : std::uint8_t {
@@ -43,7 +43,8 @@ struct ViscaSetting {
     bool conditionHolds(int conditionValue) const;
 };
 
-// How a driver turns 0..100 into the module's 0..15 levels.
+// How a driver turns 0..100 into the module's 0..15 levels: truncated, or
+// rounded to the nearest level (then brightness is on that scale too).
 enum class ViscaRounding { Truncate, Nearest };
 
 // The row for `id`, or nullptr.

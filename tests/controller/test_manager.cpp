@@ -3,6 +3,7 @@
 #include "controller/SenseControllerFactory.h"
 #include "controller/SensorControllerManager.h"
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
+#include "drivers/platform/CMD7400SenseController.h"
 #include "platform/GlobalEnv.h"
 #include "platform/SysfsGPIO.h"
 #include "platform/TermiosUARTController.h"
@@ -127,29 +128,42 @@ TEST_F(ManagerTest, InitAgainReplacesTheControllerWhileCopiesStayValid) {
 }
 
 TEST(SenseControllerFactory, EveryIdGivesAController) {
-    // Ids whose driver is not in the library yet (25 CMD8300, 80 AmbaS2,
-    // 83 CMD7400) still get the null controller. Update this test as each
-    // driver arrives.
+    // Ids whose driver is not in the library yet (25 CMD8300, 80 AmbaS2)
+    // still get the null controller. Update this test as each driver arrives.
     kvtest::TestRoot root;
     PrintFlag on(1);
-    for (int id : {25, 80, 83, 0, 7, -1, INT_MIN, INT_MAX}) {
+    for (int id : {25, 80, 0, 7, -1, INT_MIN, INT_MAX}) {
         SafePointer<ISensorController> controller = SenseControllerFactory::create(id);
         EXPECT_EQ(controller->getSensorType(), 0) << id;
         EXPECT_NE(dynamic_cast<NullSenseController*>(controller.get()), nullptr) << id;
     }
 }
 
-TEST(SenseControllerFactory, BuildsTheFbs8300DomeAndAnnouncesIt) {
+TEST(SenseControllerFactory, BuildsTheZoomDomesAndAnnouncesThem) {
     kvtest::TestRoot root;
-    for (int flag : {1, 0}) {
-        PrintFlag print(flag);
-        kvtest::StdoutCapture out;
-        SafePointer<ISensorController> controller = SenseControllerFactory::create(82);
-        const std::string text = out.text();
-        EXPECT_EQ(controller->getSensorType(), 82);
-        EXPECT_NE(dynamic_cast<AmbaS2FBS8300SenseController*>(controller.get()), nullptr);
-        EXPECT_EQ(text.find("new AmbaS2_Dome AmbaS2FBS8300!") != std::string::npos, flag == 1)
-            << text;
+    struct Dome {
+        int id;
+        const char* announcement;
+        bool (*isIt)(ISensorController*);
+    };
+    const Dome domes[] = {
+        {82, "new AmbaS2_Dome AmbaS2FBS8300!",
+         [](ISensorController* c) {
+             return dynamic_cast<AmbaS2FBS8300SenseController*>(c) != nullptr;
+         }},
+        {83, "new AmbaS2_Dome CMD7400!",
+         [](ISensorController* c) { return dynamic_cast<CMD7400SenseController*>(c) != nullptr; }},
+    };
+    for (const Dome& dome : domes) {
+        for (int flag : {1, 0}) {
+            PrintFlag print(flag);
+            kvtest::StdoutCapture out;
+            SafePointer<ISensorController> controller = SenseControllerFactory::create(dome.id);
+            const std::string text = out.text();
+            EXPECT_EQ(controller->getSensorType(), dome.id);
+            EXPECT_TRUE(dome.isIt(controller.get())) << dome.id;
+            EXPECT_EQ(text.find(dome.announcement) != std::string::npos, flag == 1) << text;
+        }
     }
 }
 

@@ -1,5 +1,6 @@
-// FBS8300 dome end to end on a faulty line: silent, erroring or garbling module.
+// Zoom domes (FBS8300, CMD7400) end to end on a faulty line: silent, erroring or garbling module.
 // labels: threaded
+#include "drivers/platform/CMD7400SenseController.h"
 #include "platform/PlatformClock.h"
 #include "support/controller/Fbs8300Rig.h"
 
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -47,14 +49,23 @@ void expectRefusedSet(kvtest::Fbs8300Rig& rig, ISensorController& c, const char*
     EXPECT_TRUE(contains(rig.root.readFile(kScheme1), before)) << "scheme file keeps it";
 }
 
-TEST(Fbs8300Faults, FailingSetsAreBoundedLoggedAndLoseNothing) {
-    kvtest::Fbs8300Rig rig;
-    // Scheme 1 in force all day, saturation 70 saved: flush writes sensor1.cfg.
+// Scheme 1 in force all day, saturation 70 saved (flush writes sensor1.cfg);
+// the dome of module `moduleId` started by the manager.
+SafePointer<ISensorController> startWithSaturation70(kvtest::Fbs8300Rig& rig, int moduleId) {
     const std::string window = "(500,1)(501,0)(502,0)(503,24)(504,0)(10000,999)(10001,999)";
     rig.root.writeFile("/mnt/mtd/code/config_file/sensor_Factory.cfg", window);
     rig.root.writeFile(kScheme1, "(1,70)" + window);
+    if (moduleId != 82)
+        rig.useModule(moduleId);
     SafePointer<ISensorController> c = rig.init();
-    ASSERT_EQ(c->getSensorType(), 82);
+    EXPECT_EQ(c->getSensorType(), moduleId);
+    EXPECT_EQ(c->getSensorStatus(), ISensorController::InitSuccess);
+    return c;
+}
+
+TEST(Fbs8300Faults, FailingSetsAreBoundedLoggedAndLoseNothing) {
+    kvtest::Fbs8300Rig rig;
+    SafePointer<ISensorController> c = startWithSaturation70(rig, 82);
     ASSERT_EQ(c->getSensorStatus(), ISensorController::InitSuccess);
 
     rig.sim.setSilence();
@@ -149,6 +160,46 @@ TEST(Fbs8300Faults, ReleaseWhileThreadsWaitOnASilentModuleIsQuick) {
             took = release();
         EXPECT_LT(took, bound);
     }
+}
+
+TEST(Cmd7400Faults, FailingSetsAndDarkLevelAreBoundedLoggedAndLoseNothing) {
+    kvtest::Fbs8300Rig rig(kvtest::Fbs8300Rig::cmd7400Options());
+    SafePointer<ISensorController> c =
+        startWithSaturation70(rig, CMD7400SenseController::kSensorType);
+    auto* dome = dynamic_cast<CMD7400SenseController*>(c.get());
+    ASSERT_NE(dome, nullptr);
+    struct Fault {
+        const char* name;
+        std::function<void()> set;
+        bool inquiryFails; // the gain inquiry fails too
+    };
+    const Fault faults[] = {
+        {"silent", [&] { rig.sim.setSilence(); }, true},
+        {"error reply", [&] { rig.sim.setErrorReply(0, 2); }, true},
+        {"garbage",
+         [&] {
+             rig.sim.setGarbage({0x90, 0x01, 0x02, 0x03});
+         },
+         false},
+    };
+    for (const Fault& fault : faults) {
+        rig.sim.clearFaults();
+        fault.set();
+        expectRefusedSet(rig, *c, fault.name);
+        if (!fault.inquiryFails)
+            continue;
+        // No gain position: nothing sent, the wait bounded, the level not taken.
+        rig.sim.clearFrames();
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(dome->setCameraDarkLevel(), 0);
+        EXPECT_LT(realSeconds(start), 1.0) << fault.name;
+        EXPECT_EQ(rig.commands(), std::vector<std::string>()) << fault.name;
+        EXPECT_TRUE(contains(rig.logs(), "getCameraGainPos failed")) << fault.name;
+    }
+    rig.sim.clearFaults();
+    rig.sim.clearFrames();
+    dome->setCameraDarkLevel();
+    EXPECT_EQ(rig.countCommands("81 01 04 A7 00 01 05 00 FF"), 1) << "first level after healing";
 }
 
 } // namespace

@@ -212,4 +212,20 @@ TEST_F(SensorctlProcess, SilentModuleMakesCommandsFailInBoundedTime) {
     EXPECT_TRUE(contains(camsim.out, "rx 81 ")) << camsim.out;
 }
 
+TEST_F(SensorctlProcess, Module83TalksToTheCmd7400Model) {
+    Child camsim({KV_CAMSIM, "--model", "cmd7400", "--time-scale", "0.01"});
+    camsim.pump(Clock::now() + std::chrono::seconds(10), "\n");
+    const std::string device = camsim.out.substr(0, camsim.out.find('\n'));
+    ASSERT_TRUE(contains(device, "/dev/")) << device;
+    std::vector<std::string> args = common();
+    for (const char* a : {"--module", "83", "--device", device.c_str(), "set", "saturation=50"})
+        args.push_back(a);
+    Result r = run(args);
+    EXPECT_EQ(r.status, 0) << r.out << r.err;
+    // Level 8 (7.5 rounded), and the CMD7400's system-0 value needs no restart.
+    camsim.pump(Clock::now() + std::chrono::milliseconds(200));
+    EXPECT_TRUE(contains(camsim.out, "rx 81 01 04 A1 00 00 00 08 FF")) << camsim.out;
+    EXPECT_FALSE(contains(camsim.out, "rx FE 05")) << camsim.out;
+}
+
 } // namespace

@@ -37,6 +37,7 @@ Fbs8300Rig::Fbs8300Rig(ViscaSimulator::Options options, bool sampleFiles)
     PlatformClock::setTimeOfDay(12, 0);
     KviaSimulator::reset();
     ZoomIrIllumination::resetFirstReading(ZoomIrIllumination::Family::FBS8300);
+    ZoomIrIllumination::resetFirstReading(ZoomIrIllumination::Family::CMD7400);
     const std::pair<const char*, std::shared_ptr<SimulatedDevice>> devices[] = {
         {"/dev/pwm1", nearPwm}, {"/dev/pwm2", midPwm}, {"/dev/pwm4", farPwm}, {"/dev/adc", adc}};
     for (const auto& device : devices)
@@ -58,6 +59,22 @@ void Fbs8300Rig::installSampleFiles() const {
     std::error_code error;
     fs::copy(fs::path(KV_SOURCE_DIR) / "examples" / "rootfs", fs::path(root.dir()),
              fs::copy_options::recursive | fs::copy_options::overwrite_existing, error);
+}
+
+void Fbs8300Rig::useModule(int moduleId) const {
+    const std::string path = "/hd1/moduleConfig/moduleConfig.xml";
+    std::string xml = root.readFile(path);
+    const std::string from = "<module id=\"82\"";
+    const std::string::size_type at = xml.find(from);
+    ASSERT_NE(at, std::string::npos) << xml;
+    xml.replace(at, from.size(), "<module id=\"" + std::to_string(moduleId) + "\"");
+    root.writeFile(path, xml);
+}
+
+ViscaSimulator::Options Fbs8300Rig::cmd7400Options() {
+    ViscaSimulator::Options options;
+    options.model = findViscaModel("cmd7400");
+    return options;
 }
 
 int Fbs8300Rig::initController(const std::string& detail, const std::string& parameters) {

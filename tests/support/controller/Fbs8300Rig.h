@@ -1,4 +1,5 @@
-// Test rig of the FBS8300 dome driver: simulated module, serial line, LEDs and light sensor.
+// Test rig of the zoom dome drivers (FBS8300, CMD7400): simulated module, serial line, LEDs and
+// light sensor.
 #pragma once
 
 #include "controller/SensorControllerManager.h"
@@ -69,6 +70,12 @@ public:
     Fbs8300Rig& operator=(const Fbs8300Rig&) = delete;
 
     void installSampleFiles() const;
+    // Makes the unit a CMD7400 dome: module id 83 in moduleConfig.xml (the
+    // rest of the record as the sample's) and, as init() then builds it, the
+    // CMD7400 driver through the manager. The simulator plays the model of
+    // the rig's options (cmd7400Options()).
+    void useModule(int moduleId) const;
+    static ViscaSimulator::Options cmd7400Options();
 
     // Driver level. initController hands the UART and GPIO to the driver and
     // runs its initController. connectReady skips the start-up: it opens the

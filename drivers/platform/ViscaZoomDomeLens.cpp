@@ -1,5 +1,5 @@
-// FBS8300 controller: zoom, focus and iris.
-#include "drivers/platform/AmbaS2FBS8300SenseController.h"
+// VISCA zoom dome: zoom, focus and iris.
+#include "drivers/platform/ViscaZoomDomeController.h"
 
 #include <iterator>
 
@@ -21,7 +21,7 @@ bool isPositionReply(const char* reply) {
 
 // ---- zoom -------------------------------------------------------------------
 
-int AmbaS2FBS8300SenseController::ZoomIn(int speed) {
+int ViscaZoomDomeController::ZoomIn(int speed) {
     if (speed < 0 || speed > kMaxDriveSpeed) {
         ErrorPrintf("ZoomUp(%d) is out of range", speed);
         return 0;
@@ -29,7 +29,7 @@ int AmbaS2FBS8300SenseController::ZoomIn(int speed) {
     return sendCommand({0x04, 0x07, 0x20 + speed});
 }
 
-int AmbaS2FBS8300SenseController::ZoomOut(int speed) {
+int ViscaZoomDomeController::ZoomOut(int speed) {
     if (speed < 0 || speed > kMaxDriveSpeed) {
         ErrorPrintf("ZoomOut(%d) is out of range", speed);
         return 0;
@@ -37,17 +37,17 @@ int AmbaS2FBS8300SenseController::ZoomOut(int speed) {
     return sendCommand({0x04, 0x07, 0x30 + speed});
 }
 
-int AmbaS2FBS8300SenseController::StopZoomContrl() {
+int ViscaZoomDomeController::StopZoomContrl() {
     return sendCommand({0x04, 0x07, 0x00});
 }
 
-int AmbaS2FBS8300SenseController::setZoomValue(int position) {
+int ViscaZoomDomeController::setZoomValue(int position) {
     char frame[9] = {char(0x81), 0x01, 0x04, 0x47, 0, 0, 0, 0, char(0xFF)};
     ViscaTransport::encodePosition(position, frame + 4);
     return setParameterValue(frame, int(sizeof frame));
 }
 
-int AmbaS2FBS8300SenseController::getZoomValue(int& position, int& ratio) {
+int ViscaZoomDomeController::getZoomValue(int& position, int& ratio) {
     static const char kInquiry[] = {char(0x81), 0x09, 0x04, 0x47, char(0xFF)};
     char reply[kPositionReplyLength] = {};
     if (getParameterValue(kInquiry, int(sizeof kInquiry), reply, kPositionReplyLength) == 0)
@@ -61,7 +61,7 @@ int AmbaS2FBS8300SenseController::getZoomValue(int& position, int& ratio) {
     return 1;
 }
 
-int AmbaS2FBS8300SenseController::zoomRatio(int position) {
+int ViscaZoomDomeController::zoomRatio(int position) {
     const int count = int(std::size(kZoomTable));
     if (position <= kZoomTable[0])
         return 1000;
@@ -77,29 +77,29 @@ int AmbaS2FBS8300SenseController::zoomRatio(int position) {
 
 // ---- focus ------------------------------------------------------------------
 
-int AmbaS2FBS8300SenseController::FocusNear(int speed) {
+int ViscaZoomDomeController::FocusNear(int speed) {
     if (setFocusMode(3) == 0)
         return 0;
     return sendCommand({0x04, 0x08, 0x30 + (speed & 15)});
 }
 
-int AmbaS2FBS8300SenseController::FocusFar(int speed) {
+int ViscaZoomDomeController::FocusFar(int speed) {
     if (setFocusMode(3) == 0)
         return 0;
     return sendCommand({0x04, 0x08, 0x20 + (speed & 15)});
 }
 
-int AmbaS2FBS8300SenseController::StopFocusContrl() {
+int ViscaZoomDomeController::StopFocusContrl() {
     return sendCommand({0x04, 0x08, 0x00});
 }
 
-int AmbaS2FBS8300SenseController::setFocusValue(int position) {
+int ViscaZoomDomeController::setFocusValue(int position) {
     char frame[9] = {char(0x81), 0x01, 0x04, 0x48, 0, 0, 0, 0, char(0xFF)};
     ViscaTransport::encodePosition(position, frame + 4);
     return setParameterValue(frame, int(sizeof frame));
 }
 
-int AmbaS2FBS8300SenseController::getFocusValue(int& position) {
+int ViscaZoomDomeController::getFocusValue(int& position) {
     static const char kInquiry[] = {char(0x81), 0x09, 0x04, 0x48, char(0xFF)};
     char reply[kPositionReplyLength] = {};
     if (getParameterValue(kInquiry, int(sizeof kInquiry), reply, kPositionReplyLength) == 0)
@@ -112,7 +112,7 @@ int AmbaS2FBS8300SenseController::getFocusValue(int& position) {
     return 1;
 }
 
-int AmbaS2FBS8300SenseController::setZoomAndFocusValue(int zoom, int focus) {
+int ViscaZoomDomeController::setZoomAndFocusValue(int zoom, int focus) {
     // One frame moves both: the zoom position's nibbles, then the focus position's.
     char frame[13] = {char(0x81), 0x01, 0x04, 0x47};
     ViscaTransport::encodePosition(zoom, frame + 4);
@@ -123,7 +123,7 @@ int AmbaS2FBS8300SenseController::setZoomAndFocusValue(int zoom, int focus) {
 
 // 1 auto focus, 2 auto focus with interval, 3 manual. The mode is recorded
 // before the module is told, so restoreAeMode sees what was asked for.
-int AmbaS2FBS8300SenseController::setFocusMode(int mode) {
+int ViscaZoomDomeController::setFocusMode(int mode) {
     if (mode < 1 || mode > 3) {
         ErrorPrintf("setFocusMode(%d) is out of range", mode);
         return 0;
@@ -136,7 +136,7 @@ int AmbaS2FBS8300SenseController::setFocusMode(int mode) {
     return sendCommand({0x04, 0x57, mode == 1 ? 0x02 : 0x00});
 }
 
-int AmbaS2FBS8300SenseController::OnePushTrigger() {
+int ViscaZoomDomeController::OnePushTrigger() {
     return sendCommand({0x04, 0x18, 0x01});
 }
 
@@ -144,7 +144,7 @@ int AmbaS2FBS8300SenseController::OnePushTrigger() {
 // Opening or closing the iris by hand needs manual exposure; restoreAeMode
 // brings the user's mode back afterwards.
 
-int AmbaS2FBS8300SenseController::IrisUp() {
+int ViscaZoomDomeController::IrisUp() {
     if (setExposalMode(1) == 0)
         return 0;
     if (sendCommand({0x04, 0x4A, 0x00, 0x00, 0x00, 0x05}) == 0)
@@ -152,7 +152,7 @@ int AmbaS2FBS8300SenseController::IrisUp() {
     return sendCommand({0x04, 0x0B, 0x02});
 }
 
-int AmbaS2FBS8300SenseController::IrisDown() {
+int ViscaZoomDomeController::IrisDown() {
     if (setExposalMode(1) == 0)
         return 0;
     if (sendCommand({0x04, 0x4A, 0x00, 0x00, 0x00, 0x05}) == 0)
@@ -160,6 +160,6 @@ int AmbaS2FBS8300SenseController::IrisDown() {
     return sendCommand({0x04, 0x0B, 0x03});
 }
 
-int AmbaS2FBS8300SenseController::setRunAutoIris() {
+int ViscaZoomDomeController::setRunAutoIris() {
     return sendCommand({0x04, 0x39, 0x00});
 }

@@ -1,5 +1,5 @@
-// FBS8300 controller: parameter ids 1..68 (set, get, exposure, mirror, IR cut, noise reduction).
-#include "drivers/platform/AmbaS2FBS8300SenseController.h"
+// VISCA zoom dome: parameter ids 1..68 (set, get, exposure, mirror, IR cut, noise reduction).
+#include "drivers/platform/ViscaZoomDomeController.h"
 
 #include "drivers/protocols/ViscaSettings.h"
 #include "platform/KovantTime.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-using Ctl = AmbaS2FBS8300SenseController;
+using Ctl = ViscaZoomDomeController;
 
 // Image-adapter words that keep the noise-reduction state across restarts.
 constexpr int kKviaNRMode = 132;
@@ -90,7 +90,7 @@ bool lookup(const FixedValue* begin, const FixedValue* end, int id, int& value) 
     return false;
 }
 
-// Ids this controller registers: 1..32 and 57..68.
+// Ids the dome controllers know: 1..32 and 57..68.
 bool isOwnId(int id) {
     return (id >= 1 && id <= 32) || (id >= 57 && id <= 68);
 }
@@ -120,7 +120,7 @@ int applySetting(Ctl& ctl, const ViscaSetting& setting, int value, bool checkCon
             return 1;
     }
     char frame[16];
-    const int length = buildViscaSettingFrame(setting, value, ViscaRounding::Truncate, frame);
+    const int length = buildViscaSettingFrame(setting, value, ctl.rounding(), frame);
     return ctl.setParameterValue(frame, length);
 }
 
@@ -128,7 +128,7 @@ int applySetting(Ctl& ctl, const ViscaSetting& setting, int value, bool checkCon
 
 // ---- dispatch -------------------------------------------------------------
 
-int AmbaS2FBS8300SenseController::setParameterToSensor(int id, int value) {
+int ViscaZoomDomeController::setParameterToSensor(int id, int value) {
     if (m_SensorStatus != InitSuccess) {
         ErrorPrintf("m_SensorStatus != ISensorController::InitSuccess!");
         return 0;
@@ -174,7 +174,7 @@ int AmbaS2FBS8300SenseController::setParameterToSensor(int id, int value) {
     return 1;
 }
 
-int AmbaS2FBS8300SenseController::getParameterFromSensor(int id, int& value) {
+int ViscaZoomDomeController::getParameterFromSensor(int id, int& value) {
     if (m_SensorStatus != InitSuccess) {
         ErrorPrintf("m_SensorStatus != ISensorController::InitSuccess!");
         return 0;
@@ -214,13 +214,13 @@ int AmbaS2FBS8300SenseController::getParameterFromSensor(int id, int& value) {
     return lookup(std::begin(kModuleDefaults), std::end(kModuleDefaults), id, value) ? 1 : 0;
 }
 
-int AmbaS2FBS8300SenseController::getMirrorValue(int& value) {
+int ViscaZoomDomeController::getMirrorValue(int& value) {
     if (getParameter(8, value) == 0)
         value = 0;
     return 1;
 }
 
-int AmbaS2FBS8300SenseController::getStillImageValue(int& value) {
+int ViscaZoomDomeController::getStillImageValue(int& value) {
     if (getParameter(9, value) == 0)
         value = 3; // freeze off
     return 1;
@@ -228,7 +228,7 @@ int AmbaS2FBS8300SenseController::getStillImageValue(int& value) {
 
 // ---- exposure and focus modes --------------------------------------------
 
-int AmbaS2FBS8300SenseController::setExposalMode(int value) {
+int ViscaZoomDomeController::setExposalMode(int value) {
     // Module codes: full auto, manual, shutter priority, iris priority, bright.
     static const int kModes[] = {0x00, 0x03, 0x0A, 0x0B, 0x0D};
     m_nExposalMode = value;
@@ -257,7 +257,7 @@ int AmbaS2FBS8300SenseController::setExposalMode(int value) {
     return result;
 }
 
-int AmbaS2FBS8300SenseController::restoreAeMode() {
+int ViscaZoomDomeController::restoreAeMode() {
     if (m_nStoredExposalMode != m_nExposalMode && setExposalMode(m_nStoredExposalMode) == 0) {
         ErrorPrintf("restoreAeMode call setExposalMode error,value is %d", m_nStoredExposalMode);
         return 0;
@@ -272,7 +272,7 @@ int AmbaS2FBS8300SenseController::restoreAeMode() {
 
 // ---- picture ----------------------------------------------------------------
 
-int AmbaS2FBS8300SenseController::setMirror(int value) {
+int ViscaZoomDomeController::setMirror(int value) {
     // (left-right, flip) per mirror value; generation 4 modules count the other way round.
     static const int kGeneration4[4][2] = {{2, 2}, {3, 2}, {2, 3}, {3, 3}};
     static const int kOther[4][2] = {{3, 3}, {2, 3}, {3, 2}, {2, 2}};
@@ -286,7 +286,7 @@ int AmbaS2FBS8300SenseController::setMirror(int value) {
     return sendCommand({0x04, 0x66, pair[1]});
 }
 
-int AmbaS2FBS8300SenseController::setInfrared(int value) {
+int ViscaZoomDomeController::setInfrared(int value) {
     // IR-cut mode and day/night byte; 1 and 2 send FF as data on purpose.
     static const int kFrames[4][2] = {{0x02, 0x03}, {0xFF, 0xFF}, {0xFF, 0xFF}, {0x03, 0x03}};
     if (value < 0 || value > 3) {
@@ -298,7 +298,7 @@ int AmbaS2FBS8300SenseController::setInfrared(int value) {
     return sendCommand({0x04, 0x01, kFrames[value][1]});
 }
 
-int AmbaS2FBS8300SenseController::setNtoDSensitivity(int value) {
+int ViscaZoomDomeController::setNtoDSensitivity(int value) {
     if (value < 5 || value > 116) {
         ErrorPrintf("setNtoDSensitivity(%d) is out of range", value);
         return 0;
@@ -314,7 +314,7 @@ int AmbaS2FBS8300SenseController::setNtoDSensitivity(int value) {
     return 1;
 }
 
-int AmbaS2FBS8300SenseController::setDtoNSensitivity(int value) {
+int ViscaZoomDomeController::setDtoNSensitivity(int value) {
     if (value < 15 || value > 126) {
         ErrorPrintf("setDtoNSensitivity(%d) is out of range", value);
         return 0;
@@ -330,7 +330,7 @@ int AmbaS2FBS8300SenseController::setDtoNSensitivity(int value) {
     return 1;
 }
 
-int AmbaS2FBS8300SenseController::setFocusNearLimit(int value) {
+int ViscaZoomDomeController::setFocusNearLimit(int value) {
     if (value < 0 || value > 5) {
         ErrorPrintf("setFocusNearLimit(%d) is out of range", value);
         return 0;
@@ -345,7 +345,7 @@ int AmbaS2FBS8300SenseController::setFocusNearLimit(int value) {
 // The module holds only the level; the mode and the automatic and manual
 // values are kept in the image adapter so they survive the module's restarts.
 
-int AmbaS2FBS8300SenseController::setAutoNoiseReduction(int value) {
+int ViscaZoomDomeController::setAutoNoiseReduction(int value) {
     if (sendCommand({0x04, 0x53, value != 0 ? 1 : 0}) == 0)
         return 0;
     int stored = value;
@@ -357,7 +357,7 @@ int AmbaS2FBS8300SenseController::setAutoNoiseReduction(int value) {
     return 1;
 }
 
-int AmbaS2FBS8300SenseController::setManualNoiseReduction(int value) {
+int ViscaZoomDomeController::setManualNoiseReduction(int value) {
     if (value < 0) {
         ErrorPrintf("setManualNoiseReduction(%d) is out of range", value);
         return 0;
@@ -376,7 +376,7 @@ int AmbaS2FBS8300SenseController::setManualNoiseReduction(int value) {
     return 1;
 }
 
-int AmbaS2FBS8300SenseController::setNoiseReductionMode(int mode) {
+int ViscaZoomDomeController::setNoiseReductionMode(int mode) {
     // 1 automatic, 2 manual; any other value is sent as the module's level
     // byte, unless that byte would be the terminator FF.
     if (mode != 1 && mode != 2 && (mode & 0xFF) == 0xFF) {

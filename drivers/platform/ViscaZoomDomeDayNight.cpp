@@ -1,13 +1,13 @@
-// FBS8300 controller: day/night, IR LEDs and light sensor.
-#include "drivers/platform/AmbaS2FBS8300SenseController.h"
+// VISCA zoom dome: day/night, IR LEDs and light sensor.
+#include "drivers/platform/ViscaZoomDomeController.h"
 
 namespace {
-const char* const kFile = "AmbaS2FBS8300DayNight.cpp";
+const char* const kFile = "ViscaZoomDomeDayNight.cpp";
 } // namespace
 
 // The host numbers this module's day/night modes 1 (automatic), 3 (day),
 // 4 (night) and 5 (by time); the base's state machine knows them as 0..3.
-int AmbaS2FBS8300SenseController::setDayNightMode(int mode) {
+int ViscaZoomDomeController::setDayNightMode(int mode) {
     int baseMode = 0;
     switch (mode) {
     case 1:
@@ -40,7 +40,7 @@ int AmbaS2FBS8300SenseController::setDayNightMode(int mode) {
     return ISensorController::setDayNightMode(baseMode);
 }
 
-int AmbaS2FBS8300SenseController::initAutoDNStatus() {
+int ViscaZoomDomeController::initAutoDNStatus() {
     int status = -1;
     if (getDNStatusFromLDR(status) == 0) {
         ErrorPrintf("getDNStatusFromLDR() error\n");
@@ -59,106 +59,107 @@ int AmbaS2FBS8300SenseController::initAutoDNStatus() {
     return 1;
 }
 
-// Night: colour off and IR-cut filter out on the module, LEDs on, night DC.
-int AmbaS2FBS8300SenseController::turnPictureToNight() {
+// Night: colour off and IR-cut filter out on the module, LEDs on, night DC
+// (on the modules that take it).
+int ViscaZoomDomeController::turnPictureToNight() {
     if (sendCommand({0x04, 0x51, 0x03}) == 0 || sendCommand({0x04, 0x01, 0x02}) == 0)
         return 0;
     if (!m_objIr.isPWMEnabled())
         m_objIr.onNight();
-    return sendDCFrame(m_nDCNight);
+    return m_profile.dcFrameOnSwitch ? sendDCFrame(m_nDCNight) : 1;
 }
 
 // Day: filter in, LEDs off, day DC.
-int AmbaS2FBS8300SenseController::turnPictureToDay() {
+int ViscaZoomDomeController::turnPictureToDay() {
     if (sendCommand({0x04, 0x51, 0x03}) == 0 || sendCommand({0x04, 0x01, 0x03}) == 0)
         return 0;
     if (m_objIr.isPWMEnabled())
         m_objIr.onDay();
-    return sendDCFrame(m_nDCDay);
+    return m_profile.dcFrameOnSwitch ? sendDCFrame(m_nDCDay) : 1;
 }
 
-int AmbaS2FBS8300SenseController::getDNStatusFromLDR(int& status) {
+int ViscaZoomDomeController::getDNStatusFromLDR(int& status) {
     int current = -1;
     getDayNightState(current);
     return m_objIr.getDNStatusFromLDR(status, current);
 }
 
 // The module does not report day or night; the light sensor does.
-int AmbaS2FBS8300SenseController::getDNStatusFromSensor(int& status) {
+int ViscaZoomDomeController::getDNStatusFromSensor(int& status) {
     status = 0;
     return 1;
 }
 
-int AmbaS2FBS8300SenseController::getDayNightState(int& state) {
+int ViscaZoomDomeController::getDayNightState(int& state) {
     KVMutexLocker lock(m_DNMutex, kFile, __LINE__);
     state = m_nDNState;
     return 1;
 }
 
-int AmbaS2FBS8300SenseController::getADCVal(int& value) {
+int ViscaZoomDomeController::getADCVal(int& value) {
     return m_objIr.getADCVal(value);
 }
 
-int AmbaS2FBS8300SenseController::setNearLight(int power) {
+int ViscaZoomDomeController::setNearLight(int power) {
     return m_objIr.setNearLight(power);
 }
 
-int AmbaS2FBS8300SenseController::getNearLight(int& power) {
+int ViscaZoomDomeController::getNearLight(int& power) {
     return m_objIr.getNearLight(power);
 }
 
-int AmbaS2FBS8300SenseController::setMiddleLight(int power) {
+int ViscaZoomDomeController::setMiddleLight(int power) {
     return m_objIr.setMiddleLight(power);
 }
 
-int AmbaS2FBS8300SenseController::getMiddleLight(int& power) {
+int ViscaZoomDomeController::getMiddleLight(int& power) {
     return m_objIr.getMiddleLight(power);
 }
 
-int AmbaS2FBS8300SenseController::setFarLight(int power) {
+int ViscaZoomDomeController::setFarLight(int power) {
     return m_objIr.setFarLight(power);
 }
 
-int AmbaS2FBS8300SenseController::getFarLight(int& power) {
+int ViscaZoomDomeController::getFarLight(int& power) {
     return m_objIr.getFarLight(power);
 }
 
-int AmbaS2FBS8300SenseController::setPowerMode(int mode) {
+int ViscaZoomDomeController::setPowerMode(int mode) {
     return m_objIr.setPowerMode(mode);
 }
 
-int AmbaS2FBS8300SenseController::getPowerMode(int& mode) {
+int ViscaZoomDomeController::getPowerMode(int& mode) {
     return m_objIr.getPowerMode(mode);
 }
 
-int AmbaS2FBS8300SenseController::initIRPowerParamV2Config() {
+int ViscaZoomDomeController::initIRPowerParamV2Config() {
     return m_objIr.loadIRPowerTable() == 0 ? 1 : 0;
 }
 
-int AmbaS2FBS8300SenseController::IrLedContrlThreadBody() {
+int ViscaZoomDomeController::IrLedContrlThreadBody() {
     return m_objIr.irLedPass();
 }
 
-int AmbaS2FBS8300SenseController::initPWM() {
+int ViscaZoomDomeController::initPWM() {
     return m_objIr.initPWM();
 }
 
-int AmbaS2FBS8300SenseController::openPWM() {
+int ViscaZoomDomeController::openPWM() {
     return m_objIr.openPWM();
 }
 
-int AmbaS2FBS8300SenseController::closePWM() {
+int ViscaZoomDomeController::closePWM() {
     return m_objIr.closePWM();
 }
 
-int AmbaS2FBS8300SenseController::setPWM(int fd, int percent) {
+int ViscaZoomDomeController::setPWM(int fd, int percent) {
     return m_objIr.setPWM(fd, percent);
 }
 
-int AmbaS2FBS8300SenseController::getRealPWM(int percent) {
+int ViscaZoomDomeController::getRealPWM(int percent) {
     return ZoomIrIllumination::getRealPWM(percent);
 }
 
-int AmbaS2FBS8300SenseController::getIRPowerItem(int ratio, IRPowerItem& item) {
+int ViscaZoomDomeController::getIRPowerItem(int ratio, IRPowerItem& item) {
     return m_objIr.getIRPowerItem(ratio, item);
 }

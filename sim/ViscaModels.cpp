@@ -1,0 +1,49 @@
+// Profiles of the simulated VISCA modules.
+#include "sim/ViscaModels.h"
+
+namespace {
+
+// The gain position register (04 4C): 90 50 0p 0q 0r 0s FF, position 0 at power-on.
+const ViscaModel kModels[] = {
+    {"fbs8300",
+     82,
+     6,
+     7,
+     {0x05, 0x03, 0x01, 0x01},
+     {0x06, 0x01, 0x01, 0x01},
+     {{{0x04, 0x4C}, {0, 0, 0, 0}}}},
+    {"cmd7400",
+     83,
+     14,
+     7,
+     {0x05, 0x03, 0x01, 0x01},
+     {0x06, 0x01, 0x01, 0x01},
+     {{{0x04, 0x4C}, {0, 0, 0, 0}}}},
+};
+
+} // namespace
+
+const ViscaModel* findViscaModel(const std::string& name) {
+    for (const ViscaModel& model : kModels)
+        if (name == model.name)
+            return &model;
+    return nullptr;
+}
+
+const ViscaModel* viscaModelOfModule(int moduleId) {
+    for (const ViscaModel& model : kModels)
+        if (model.moduleId == moduleId)
+            return &model;
+    return nullptr;
+}
+
+const ViscaModel& defaultViscaModel() {
+    return kModels[0];
+}
+
+std::string viscaModelNames(const char* separator) {
+    std::string names;
+    for (const ViscaModel& model : kModels)
+        names += (names.empty() ? "" : separator) + std::string(model.name);
+    return names;
+}
