@@ -250,8 +250,8 @@ int sy_system(const char* command, int timeoutSeconds) {
     if (status == 0 && (tokens[0] == "mv" || tokens[0] == "rm")) {
         // The renames and removals are made durable, as a replacement is.
         for (size_t i = 1; i < args.size(); ++i) {
-            if (args[i][0] != '-')
-                KVFile::syncDirectoryOf(args[i]);
+            if (args[i][0] != '-') // a folder operand is itself where entries changed
+                KVFile::syncDirectoryOf(isDirectory(args[i]) ? args[i] + "/." : args[i]);
         }
     }
     return status;

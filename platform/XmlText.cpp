@@ -97,6 +97,70 @@ std::size_t badUtf8At(const std::string& s) {
     return std::string::npos;
 }
 
+bool startsWithNoCase(const std::string& text, std::size_t at, const char* word) {
+    const std::size_t n = std::strlen(word);
+    return at + n <= text.size() && equalsNoCase(text.substr(at, n), word);
+}
+
+// Reads a declaration ("<?xml", in any case, as the XML library recognises
+// it) at `at` the way the library does: blanks, then either a pseudo-attribute
+// whose name starts with "version", "encoding" or "standalone" (name, '=',
+// quoted value), or any other token up to a blank or '>'; the first '>' outside
+// a value ends it. Refused (false) is anything a strict reader could take
+// otherwise: a '>' or a blank the library does not count as one before the
+// end, a quote outside a value, an unquoted value, an end not "?>". On success
+// `end` is just past the declaration and `encoding` holds the value of the
+// pseudo-attribute "encoding" ("" when there is none).
+bool readDeclaration(const std::string& t, std::size_t at, std::size_t& end,
+                     std::string& encoding) {
+    encoding.clear();
+    std::size_t j = at + 5;
+    while (j < t.size()) {
+        if (t[j] == '>') {
+            if (t[j - 1] != '?')
+                return false;
+            end = j + 1;
+            return true;
+        }
+        while (j < t.size() && isSpace(static_cast<unsigned char>(t[j])))
+            ++j;
+        if (j >= t.size() || t[j] == '\v' || t[j] == '\f')
+            return false;
+        if (startsWithNoCase(t, j, "version") || startsWithNoCase(t, j, "encoding") ||
+            startsWithNoCase(t, j, "standalone")) {
+            const std::size_t nameStart = j;
+            while (j < t.size() && isNameChar(static_cast<unsigned char>(t[j])))
+                ++j;
+            const std::string name = t.substr(nameStart, j - nameStart);
+            while (j < t.size() && isSpace(static_cast<unsigned char>(t[j])))
+                ++j;
+            if (j >= t.size() || t[j] != '=')
+                return false;
+            ++j;
+            while (j < t.size() && isSpace(static_cast<unsigned char>(t[j])))
+                ++j;
+            if (j >= t.size() || (t[j] != '"' && t[j] != '\''))
+                return false;
+            const std::size_t close = t.find(t[j], j + 1);
+            if (close == std::string::npos)
+                return false;
+            const std::string value = t.substr(j + 1, close - j - 1);
+            if (value.find_first_of("<>&") != std::string::npos)
+                return false;
+            if (name == "encoding")
+                encoding = value;
+            j = close + 1;
+        } else {
+            while (j < t.size() && t[j] != '>' && !isSpace(static_cast<unsigned char>(t[j]))) {
+                if (t[j] == '"' || t[j] == '\'' || t[j] == '\v' || t[j] == '\f')
+                    return false;
+                ++j;
+            }
+        }
+    }
+    return false;
+}
+
 // Walks a whole document without recursion, token by token the way the XML
 // library does, and refuses what the library would read differently from a
 // strict reader.
@@ -157,6 +221,7 @@ private:
                 return fail(seenRoot ? "text after the root element"
                                      : "text outside the root element");
             if (at("<!--")) {
+                m_i += 4;
                 if (!skipPast("-->", "unterminated comment"))
                     return false;
             } else if (at("<?")) {
@@ -205,9 +270,11 @@ private:
                 ++m_i;
                 open.pop_back();
             } else if (at("<!--")) {
+                m_i += 4;
                 if (!skipPast("-->", "unterminated comment"))
                     return false;
             } else if (at("<![CDATA[")) {
+                m_i += 9;
                 if (!skipPast("]]>", "unterminated CDATA section"))
                     return false;
             } else if (at("<?")) {
@@ -320,9 +387,18 @@ private:
         return true;
     }
 
-    // A processing instruction or the declaration: the library ends it at the
-    // first '>', so that '>' must be its "?>" and stand outside quotes.
+    // A processing instruction or a declaration. The library ends an
+    // instruction at its first '>', so that '>' must be its "?>" and stand
+    // outside quotes; a declaration it reads value by value.
     bool instruction() {
+        if (startsWithNoCase(m_t, m_i, "<?xml")) {
+            std::string encoding;
+            std::size_t end = 0;
+            if (!readDeclaration(m_t, m_i, end, encoding))
+                return fail("XML declaration the parser would read otherwise");
+            m_i = end;
+            return true;
+        }
         if (!nameStartsAfter(2))
             return fail("processing instruction without a target");
         char quote = 0;
@@ -363,37 +439,6 @@ private:
     std::string m_strError;
 };
 
-// The value of the pseudo-attribute "encoding" of a declaration that opens the
-// text at `start`, "" when there is none. False when it is malformed.
-bool declaredEncoding(const std::string& text, std::size_t start, std::string& name) {
-    name.clear();
-    if (text.compare(start, 5, "<?xml") != 0 || start + 5 >= text.size() ||
-        !isSpace(static_cast<unsigned char>(text[start + 5])))
-        return true;
-    const std::size_t end = text.find("?>", start);
-    if (end == std::string::npos)
-        return false;
-    const std::string decl = text.substr(start, end - start);
-    std::size_t at = decl.find("encoding");
-    if (at == std::string::npos)
-        return true;
-    at += 8;
-    while (at < decl.size() && isSpace(static_cast<unsigned char>(decl[at])))
-        ++at;
-    if (at >= decl.size() || decl[at] != '=')
-        return false;
-    ++at;
-    while (at < decl.size() && isSpace(static_cast<unsigned char>(decl[at])))
-        ++at;
-    if (at >= decl.size() || (decl[at] != '"' && decl[at] != '\''))
-        return false;
-    const std::size_t close = decl.find(decl[at], at + 1);
-    if (close == std::string::npos)
-        return false;
-    name = decl.substr(at + 1, close - at - 1);
-    return kvconfig::isEncodingName(name);
-}
-
 } // namespace
 
 namespace kvconfig {
@@ -424,8 +469,11 @@ int parseXmlDocument(const std::string& text, TiXmlDocument& doc, std::string& e
     const bool marked = text.compare(0, 3, "\xEF\xBB\xBF") == 0;
     const std::size_t start = marked ? 3 : 0;
     std::string declared;
-    if (!declaredEncoding(text, start, declared)) {
-        error = "malformed encoding in the XML declaration";
+    std::size_t declarationEnd = 0;
+    if (startsWithNoCase(text, start, "<?xml") &&
+        (!readDeclaration(text, start, declarationEnd, declared) ||
+         (!declared.empty() && !kvconfig::isEncodingName(declared)))) {
+        error = "malformed XML declaration";
         return 0;
     }
     Encoding encoding = Encoding::Bytes;

@@ -170,7 +170,12 @@ TEST(XmlConfigureToolTest, BadOpensFailCleanlyAndLeaveTheFile) {
         // Bytes that are not text in the declared (or default) encoding.
         "<r><n name=\"caf\xE9\"/></r>", "<?xml version=\"1.0\" encoding=\"US-ASCII\"?><r a=\"\xE9\"/>",
         "<?xml version=\"1.0\" encoding=\"UTF-16\"?><r/>", "<r a=\"\xC0\xAF\"/>",
-        "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><r a=\"&#x100;\"/>"};
+        "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><r a=\"&#x100;\"/>",
+        // Markup the parser would end elsewhere than a strict reader: a comment
+        // closed by its own opener, a declaration value running past its "?>".
+        "<r><!--><![CDATA[-->" + deep + "]]></r>",
+        "<?xml a'b version=\"x' ?><r><![CDATA[ \">" + deep + "]]></r>",
+        "<?xml version='x encoding=\"ISO-8859-1\"' encoding=\"UTF-8\"?><r a=\"\xE9\"/>"};
     // clang-format on
     kvtest::TestRoot root;
     XmlConfigureTool tool;
