@@ -220,12 +220,8 @@ private:
             if (cur() != '<')
                 return fail(seenRoot ? "text after the root element"
                                      : "text outside the root element");
-            if (at("<!--")) {
-                m_i += 4;
-                if (!skipPast("-->", "unterminated comment"))
-                    return false;
-            } else if (at("<?")) {
-                if (!instruction())
+            if (atMisc()) {
+                if (!misc())
                     return false;
             } else if (at("<!DOCTYPE") && !seenRoot) {
                 if (!doctype())
@@ -269,16 +265,12 @@ private:
                     return fail("end tag without '>'");
                 ++m_i;
                 open.pop_back();
-            } else if (at("<!--")) {
-                m_i += 4;
-                if (!skipPast("-->", "unterminated comment"))
+            } else if (atMisc()) {
+                if (!misc())
                     return false;
             } else if (at("<![CDATA[")) {
                 m_i += 9;
                 if (!skipPast("]]>", "unterminated CDATA section"))
-                    return false;
-            } else if (at("<?")) {
-                if (!instruction())
                     return false;
             } else if (nameStartsAfter(1)) {
                 if (open.size() >= static_cast<std::size_t>(kvconfig::MaxXmlDepth))
@@ -385,6 +377,15 @@ private:
                         "; names no character this document can hold");
         m_i = semi + 1;
         return true;
+    }
+
+    // A comment or a processing instruction: markup that may stand anywhere.
+    bool atMisc() const { return at("<!--") || at("<?"); }
+    bool misc() {
+        if (at("<?"))
+            return instruction();
+        m_i += 4; // the comment's end is searched after its opener
+        return skipPast("-->", "unterminated comment");
     }
 
     // A processing instruction or a declaration. The library ends an
