@@ -186,9 +186,32 @@ bool Session::init(std::string& error) {
     const VideoResolution resolution(m_objOptions.width, m_objOptions.height);
     m_pManager->init(m_objOptions.videoSystem, resolution, m_objModule);
     m_bInitialised = m_pGpio->isInitComplete();
-    if (!m_bInitialised)
+    if (!m_bInitialised) {
         error = "module " + std::to_string(m_objModule.getModuleId()) + " did not initialise";
-    return m_bInitialised;
+        return false;
+    }
+    settleScheme();
+    return true;
+}
+
+// In automatic mode the worker's first pass switches to the scheme whose
+// window holds the time of day and applies its file. Commands wait for that
+// (at most a few device seconds), so that a setting given now is not
+// overwritten by the switch a moment later.
+void Session::settleScheme() {
+    SafePointer<ISensorController> c = controller();
+    int mode = 0;
+    if (c->getParamMode(mode) == 0 || mode == 0)
+        return;
+    for (int i = 0; i < 60; ++i) {
+        int due = -1;
+        int inForce = -1;
+        std::string text;
+        if (c->readCurrentParam(due, text) == 0 || c->getParamScheme(inForce) == 0 ||
+            due == inForce)
+            return;
+        PlatformClock::sleepFor(PlatformClock::Duration(0.05));
+    }
 }
 
 SafePointer<ISensorController> Session::controller() {

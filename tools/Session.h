@@ -45,6 +45,7 @@ public:
     bool hasLightSensor() const;
 
 private:
+    void settleScheme();
     bool prepareRoot(std::string& error);
     bool loadModule(std::string& error);
 
