@@ -310,6 +310,8 @@ int ISensorController::checkUARTRecv(char const* expected, int expectedLength, c
 }
 
 int ISensorController::clearUartBuffer() {
+    if (m_pUART.get() == nullptr)
+        return 0; // no port yet: nothing to clear
     return m_pUART->clearRecvBuffer(m_nUARTPort);
 }
 

@@ -4,6 +4,7 @@
 #include "controller/NullSenseController.h"
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
 #include "drivers/platform/CMD7400SenseController.h"
+#include "drivers/platform/CMD8300SenseController.h"
 #include "platform/GlobalEnv.h"
 
 #include <cstdio>
@@ -27,7 +28,7 @@ struct DriverEntry {
 // Plain new stands in for the device's tracking allocator: the object goes
 // straight into a SafePointer, which owns and deletes it.
 const DriverEntry kDrivers[] = {
-    {25, nullptr, nullptr}, // CMD8300SenseController
+    {25, &build<CMD8300SenseController>, nullptr},
     {80, nullptr, nullptr}, // AmbaS2SenseController
     {82, &build<AmbaS2FBS8300SenseController>, "new AmbaS2_Dome AmbaS2FBS8300!"},
     {83, &build<CMD7400SenseController>, "new AmbaS2_Dome CMD7400!"},

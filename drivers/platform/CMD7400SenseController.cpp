@@ -27,6 +27,8 @@ ViscaZoomDomeProfile cmd7400Profile() {
         CMD7400SenseController::kSensorType, "CMD7400", "CMD7400", "CMD7400SenseController",
         CMD7400_TOOL::ZMA_PARAM_CONFIG_FILE_NAME, ZoomIrIllumination::Family::CMD7400, lights);
     profile.rounding = ViscaRounding::Nearest;
+    // The module has no infinity preset: the nearest limit is left as it is.
+    profile.nearLimitPreset = false;
     profile.videoValues[0] = 14;
     profile.videoValues[1] = 17;
     profile.dcFrameOnSwitch = false;
@@ -51,13 +53,6 @@ CMD7400SenseController::CMD7400SenseController() : ViscaZoomDomeController(cmd74
 
 CMD7400SenseController::~CMD7400SenseController() {
     stopThreads();
-}
-
-int CMD7400SenseController::setFocusNearLimit(int value) {
-    // The module has no infinity preset: the nearest limit is left as it is.
-    if (value == 5)
-        return 1;
-    return ViscaZoomDomeController::setFocusNearLimit(value);
 }
 
 int CMD7400SenseController::set2AParam(int status) {

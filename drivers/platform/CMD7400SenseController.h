@@ -31,7 +31,6 @@ public:
     CMD7400SenseController();
     ~CMD7400SenseController() override;
 
-    int setFocusNearLimit(int value) override;
     int set2AParam(int status) override;
     // Also keeps the position as the last one read, for the 2A link.
     int getZoomValue(int& position, int& ratio) override;

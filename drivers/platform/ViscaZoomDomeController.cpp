@@ -1,14 +1,12 @@
 // VISCA zoom dome: start-up, module control, 2A link.
 #include "drivers/platform/ViscaZoomDomeController.h"
 
-#include "platform/ConfigFileText.h"
 #include "platform/KovantTime.h"
 #include "platform/ModuleParameterParser.h"
 #include "platform/kvia.h"
 
 #include <cstdint>
 #include <cstdio>
-#include <vector>
 
 namespace {
 
@@ -16,9 +14,8 @@ namespace {
 const int kBaudRates[] = {9600, 19200, 38400, 115200};
 constexpr int kBaudCount = 4;
 
-// kvia codes of the 2A library: the AE mode link and the module's gain.
+// kvia code of the 2A library's AE mode link.
 constexpr int kKvia2AMode = 49;
-constexpr int kKviaGain = 35;
 
 int baudIndex(int baud) {
     for (int i = 0; i < kBaudCount; ++i)
@@ -30,27 +27,6 @@ int baudIndex(int baud) {
 int byteAt(const char* data, int index) {
     return static_cast<uint8_t>(data[index]);
 }
-
-// Exactly `count` decimal integers separated by commas (blanks around each
-// allowed), nothing before or after: "9600,8,0,1xyz" is not four numbers.
-bool parseIntList(const std::string& text, int* values, int count) {
-    std::string::size_type begin = 0;
-    for (int i = 0; i < count; ++i) {
-        const std::string::size_type comma = text.find(',', begin);
-        const bool last = i == count - 1;
-        if (last != (comma == std::string::npos))
-            return false;
-        const std::string field = text.substr(begin, last ? std::string::npos : comma - begin);
-        if (kvconfig::parseDecimalInt(kvconfig::trimBlanks(field), values[i]) == 0)
-            return false;
-        begin = comma + 1;
-    }
-    return true;
-}
-
-// The start-up DC setting, sent once the OSD is off and kept for a switch
-// whose DC value is missing or refused.
-constexpr int kStartupDC[2] = {0x01, 0x03};
 
 } // namespace
 
@@ -73,8 +49,18 @@ ViscaZoomDomeProfile ViscaZoomDomeProfile::module(int sensorType, const char* in
     return profile;
 }
 
+namespace {
+ViscaCameraSettings::Options settingsOptions(const ViscaZoomDomeProfile& profile) {
+    ViscaCameraSettings::Options options;
+    options.rounding = profile.rounding;
+    options.nearLimitPreset = profile.nearLimitPreset;
+    return options;
+}
+} // namespace
+
 ViscaZoomDomeController::ViscaZoomDomeController(const ViscaZoomDomeProfile& profile)
     : IDMX420ZoomSensorController(profile.sensorType), m_profile(profile),
+      m_objSettings(*this, *m_pLastSensorCache, settingsOptions(profile)),
       m_objIr(*this, profile.ir),
       m_pObjIrLedContrlThread(makeMemberThread<ViscaZoomDomeController>(
           this, &ViscaZoomDomeController::IrLedContrlThreadBody, "IrContrlThread")) {}
@@ -128,7 +114,7 @@ int ViscaZoomDomeController::initController(int, ModuleConfigure const& config) 
     if (detail.getValue("generation", value) == 0)
         ErrorPrintf("get generation from detail failed");
     else
-        m_nGeneration = value;
+        m_objSettings.setGeneration(value);
     // With the light sensor fitted, automatic day/night reads it (source 2);
     // otherwise the module's own report is used.
     {
@@ -147,20 +133,11 @@ int ViscaZoomDomeController::initController(int, ModuleConfigure const& config) 
         ErrorPrintf("get RS232Parameter from senseParameter failed");
         return 0;
     }
-    int baud = 0, dataBits = 0, parity = 0, stopBits = 0;
-    const int count =
-        std::sscanf(serial.c_str(), "%d,%d,%d,%d", &baud, &dataBits, &parity, &stopBits);
-    if (count < 4) {
-        ErrorPrintf("parse RS485 param failed,nRet=%d", count);
-        return 0;
-    }
-    // The port settings are taken only as exactly four numbers, and only at
-    // a speed the module can run at.
     int fields[4] = {};
-    if (!parseIntList(serial, fields, 4)) {
-        ErrorPrintf("parse RS485 param failed: (%s) is not \"%%d,%%d,%%d,%%d\"", serial.c_str());
+    if (!m_objSettings.parseSerialSettings(serial, fields))
         return 0;
-    }
+    const int baud = fields[0], dataBits = fields[1], parity = fields[2], stopBits = fields[3];
+    // The module runs at one of four speeds only.
     if (baudIndex(baud) < 0) {
         ErrorPrintf("parse RS485 param failed: baud rate %d is not one of 9600, 19200, 38400, "
                     "115200",
@@ -215,11 +192,11 @@ int ViscaZoomDomeController::initController(int, ModuleConfigure const& config) 
 
     if (setCameraOsdOff() == 0)
         ErrorPrintf("setCameraOsdOff() failed\n");
-    else if (sendDCFrame(kStartupDC) == 0)
+    else if (m_objSettings.sendDCFrame(ViscaCameraSettings::kStartupDC) == 0)
         ErrorPrintf("DCDay/DCNight on Failed.");
 
-    readDCValue(params, "DCDay", m_strDCDay, m_nDCDay);
-    readDCValue(params, "DCNight", m_strDCNight, m_nDCNight);
+    m_objSettings.readDCValue(params, "DCDay", m_strDCDay, m_nDCDay);
+    m_objSettings.readDCValue(params, "DCNight", m_strDCNight, m_nDCNight);
     int toDay = 0, toNight = 0;
     m_objIr.getThresholds(toDay, toNight);
     if (params.getValue("toDayADCVal", toDay) == 0)
@@ -243,7 +220,7 @@ int ViscaZoomDomeController::initController(int, ModuleConfigure const& config) 
 
 int ViscaZoomDomeController::restartCamera() {
     char frame[7];
-    ViscaTransport::vendorFrame(frame, 0x05, 0x03, 0x01, 0x01);
+    ViscaTransport::vendorFrame(frame, {0x05, 0x03, 0x01, 0x01});
     if (m_pUART.get() == nullptr || visca().sendPlain(frame, 7) != 7) {
         KovantTime::wait(KovantTime(1, 0));
         return 0;
@@ -259,7 +236,7 @@ int ViscaZoomDomeController::getCameraVerInf(std::string& version) {
     if (m_pUART.get() == nullptr)
         return 0;
     char frame[7];
-    ViscaTransport::vendorFrame(frame, 0x06, 0x01, 0x01, 0x01);
+    ViscaTransport::vendorFrame(frame, {0x06, 0x01, 0x01, 0x01});
     // A plain exchange: no lock, no drain, and the first nine bytes on the
     // line are the answer (a completion left over from a command fails it).
     if (visca().sendPlain(frame, 7) != 7) {
@@ -351,26 +328,10 @@ int ViscaZoomDomeController::changeCameraBuadrate(int baud) {
 }
 
 int ViscaZoomDomeController::setSensorVideoSystem(int videoSystem, VideoResolution const&) {
-    // 100 µs: the platform time's second field counts microseconds.
-    KovantTime::wait(KovantTime(0, 100));
-    const char frame[] = {'\x81', '\x09', '\x04', '\x24', '\x72', '\xFF'};
-    char reply[5] = {};
-    if (getParameterValue(frame, 6, reply, 5) == 0) {
-        ErrorPrintf("get sensor video system failed");
-        return 0;
-    }
     const int value = videoSystem == 0 || videoSystem == 1 ? m_profile.videoValues[videoSystem] : 0;
-    // The reply's byte 3 holds the low nibble only: a value above 15 never
-    // matches, and the module is set and restarted every time.
-    if (byteAt(reply, 3) == value) {
-        std::puts("Video system not change!");
-        return 1;
-    }
-    std::printf("set video system,nValue=%d,szRecv[3]=%d\n", value, byteAt(reply, 3));
-    if (sendCommand({0x04, 0x24, 0x72, (value >> 4) & 0x0F, value & 0x0F}) == 0)
-        return 0;
+    const int written = m_objSettings.writeVideoFormat(value);
     // The new format takes effect at the module's restart.
-    return restartCamera();
+    return written == 2 ? restartCamera() : written;
 }
 
 int ViscaZoomDomeController::setCameraOsdOff() {
@@ -384,21 +345,8 @@ int ViscaZoomDomeController::set2AParam(int status) {
     return kvia_ioctrl(kKvia2AMode, 1, &value) == 0 ? 1 : 0;
 }
 
-// Hands the module's gain to the 2A library. Always reports 0: the caller
-// runs it every pass and has nothing to do with the outcome.
 int ViscaZoomDomeController::setCameraGainTo2ALib() {
-    const char frame[] = {'\x81', '\x09', '\x04', '\x4C', '\xFF'};
-    char reply[7] = {};
-    if (getParameterValue(frame, 5, reply, 7) != 0) {
-        int gain = byteAt(reply, 5);
-        kvia_ioctrl(kKviaGain, 1, &gain);
-    } else {
-        ErrorPrintf("setCameraGainTo2ALib failed");
-        KovantTime::wait(KovantTime(3, 0));
-        if (m_pUART.get() != nullptr)
-            clearUartBuffer();
-    }
-    return 0;
+    return m_objSettings.handGainTo2A("setCameraGainTo2ALib failed");
 }
 
 int ViscaZoomDomeController::doDependOnThread() {
@@ -436,38 +384,4 @@ int ViscaZoomDomeController::getRealData(char* buffer, int maxLength, int timeou
     if (m_pUART.get() == nullptr)
         return -1;
     return visca().getRealData(buffer, maxLength, timeout);
-}
-
-int ViscaZoomDomeController::sendCommand(std::initializer_list<int> bytes) {
-    std::vector<char> frame = {'\x81', '\x01'};
-    for (int value : bytes)
-        frame.push_back(static_cast<char>(value & 0xFF));
-    frame.push_back('\xFF');
-    return setParameterValue(frame.data(), static_cast<int>(frame.size()));
-}
-
-int ViscaZoomDomeController::sendDCFrame(const int dc[2]) {
-    return sendCommand({0x04, 0xA7, 0x00, dc[0], dc[1], 0x00});
-}
-
-void ViscaZoomDomeController::readDCValue(const ModuleParameterParser& params, const char* key,
-                                          std::string& text, int dc[2]) {
-    dc[0] = kStartupDC[0];
-    dc[1] = kStartupDC[1];
-    std::string value;
-    if (params.getValue(key, value) == 0) {
-        ErrorPrintf("get %s from senseParameter failed", key);
-        return;
-    }
-    // Both bytes go into the frame as they are: 0xFF would end it early.
-    int pair[2] = {};
-    if (!parseIntList(value, pair, 2) || pair[0] < 0 || pair[0] > 0xFE || pair[1] < 0 ||
-        pair[1] > 0xFE) {
-        ErrorPrintf("%s(%s) refused: two values 0..254 \"a,b\" expected; %d,%d kept", key,
-                    value.c_str(), dc[0], dc[1]);
-        return;
-    }
-    text = value;
-    dc[0] = pair[0];
-    dc[1] = pair[1];
 }

@@ -3,7 +3,7 @@
 
 #include "drivers/platform/IDMX420ZoomSensorController.h"
 #include "drivers/platform/ZoomIrIllumination.h"
-#include "drivers/protocols/ViscaSettings.h"
+#include "drivers/protocols/ViscaCameraSettings.h"
 
 #include <initializer_list>
 #include <string>
@@ -22,6 +22,8 @@ struct ViscaZoomDomeProfile {
     const char* zmaFile = "";
     ZoomIrIllumination::Config ir;
     ViscaRounding rounding = ViscaRounding::Truncate;
+    // Focus near limit 5 is the module's infinity preset (else: taken unsent).
+    bool nearLimitPreset = true;
     // Register 24 72 values for video system 0 and 1 (any other: 0).
     int videoValues[2] = {6, 8};
     bool dcFrameOnSwitch = true;
@@ -36,9 +38,8 @@ struct ViscaZoomDomeProfile {
 
 // The zoom dome modules speak VISCA at camera address 1 (commands 81 ..,
 // replies 90 .., every message ends FF) plus two vendor frames beginning FE
-// with a checksum (version, restart). Picture settings are the shared VISCA
-// setting table (drivers/protocols/ViscaSettings); this class adds the
-// settings whose frames are not of the table's shape, the lens, the baud-rate
+// with a checksum (version, restart). Picture settings are the VISCA block
+// camera's (drivers/protocols/ViscaCameraSettings); this class adds the lens, the baud-rate
 // and video-system handling that need a module restart, the 2A gain link, and
 // the dome's IR LED banks and light sensor (ZoomIrIllumination, thread
 // "IrContrlThread"). The module drivers (AmbaS2FBS8300SenseController,
@@ -46,15 +47,12 @@ struct ViscaZoomDomeProfile {
 // parameter ids and their own operations.
 //
 // Implementation: ViscaZoomDomeController.cpp (start-up, module control,
-// 2A), ViscaZoomDomeParameters.cpp (ids 1..68), ViscaZoomDomeLens.cpp (zoom,
+// 2A), ViscaZoomDomeParameters.cpp (ids 1..68, forwarded to the settings
+// component), ViscaZoomDomeLens.cpp (zoom,
 // focus, iris), ViscaZoomDomeDayNight.cpp (day/night, IR LEDs, light sensor).
-class ModuleParameterParser;
-
 class ViscaZoomDomeController : public IDMX420ZoomSensorController {
 public:
     explicit ViscaZoomDomeController(const ViscaZoomDomeProfile& profile);
-    // How this module scales the shared table's 0..100 picture levels.
-    ViscaRounding rounding() const { return m_profile.rounding; }
     ~ViscaZoomDomeController() override;
 
     // ---- start-up and module control (ViscaZoomDomeController.cpp) -----
@@ -88,7 +86,7 @@ public:
     int setInfrared(int value);
     int setNtoDSensitivity(int value);
     int setDtoNSensitivity(int value);
-    virtual int setFocusNearLimit(int value);
+    int setFocusNearLimit(int value);
     int setAutoNoiseReduction(int value);
     int setManualNoiseReduction(int value);
     int setNoiseReductionMode(int mode);
@@ -145,25 +143,10 @@ protected:
     // Stops the IR LED thread and the day/night thread (idempotent).
     void stopThreads();
     // Sends "81 01" + bytes + FF with acknowledge.
-    int sendCommand(std::initializer_list<int> bytes);
-    // Sends the DC frame 81 01 04 A7 00 a b 00 FF.
-    int sendDCFrame(const int dc[2]);
-    // Reads a DC key of the module record ("a,b", each 0..254) into `dc`; a
-    // missing or refused value leaves the start-up setting 1,3 in force.
-    void readDCValue(const ModuleParameterParser& params, const char* key, std::string& text,
-                     int dc[2]);
+    int sendCommand(std::initializer_list<int> bytes) { return m_objSettings.command(bytes); }
 
     const ViscaZoomDomeProfile m_profile;
-    int m_nNtoDSensitivity = 5;
-    int m_nDtoNSensitivity = 15;
-    int m_nGeneration = 3;
-    int m_nUserGainVal = 0;
-    int m_nUserShutVal = 0;
-    int m_nUserIrisVal = 0;
-    int m_nExposalMode = 0;
-    int m_nFocusMode = 0;
-    int m_nStoredExposalMode = 0;
-    int m_nStoredFocusMode = 0;
+    ViscaCameraSettings m_objSettings;
     std::string m_strDCDay;
     std::string m_strDCNight;
     // The DC bytes (a, b) sent at each switch; 1,3 is what start-up sets.

@@ -66,7 +66,7 @@ int ViscaZoomDomeController::turnPictureToNight() {
         return 0;
     if (!m_objIr.isPWMEnabled())
         m_objIr.onNight();
-    return m_profile.dcFrameOnSwitch ? sendDCFrame(m_nDCNight) : 1;
+    return m_profile.dcFrameOnSwitch ? m_objSettings.sendDCFrame(m_nDCNight) : 1;
 }
 
 // Day: filter in, LEDs off, day DC.
@@ -75,7 +75,7 @@ int ViscaZoomDomeController::turnPictureToDay() {
         return 0;
     if (m_objIr.isPWMEnabled())
         m_objIr.onDay();
-    return m_profile.dcFrameOnSwitch ? sendDCFrame(m_nDCDay) : 1;
+    return m_profile.dcFrameOnSwitch ? m_objSettings.sendDCFrame(m_nDCDay) : 1;
 }
 
 int ViscaZoomDomeController::getDNStatusFromLDR(int& status) {

@@ -121,23 +121,12 @@ int ViscaZoomDomeController::setZoomAndFocusValue(int zoom, int focus) {
     return setParameterValue(frame, int(sizeof frame));
 }
 
-// 1 auto focus, 2 auto focus with interval, 3 manual. The mode is recorded
-// before the module is told, so restoreAeMode sees what was asked for.
 int ViscaZoomDomeController::setFocusMode(int mode) {
-    if (mode < 1 || mode > 3) {
-        ErrorPrintf("setFocusMode(%d) is out of range", mode);
-        return 0;
-    }
-    m_nFocusMode = mode;
-    if (mode == 3)
-        return sendCommand({0x04, 0x38, 0x03});
-    if (sendCommand({0x04, 0x38, 0x02}) == 0)
-        return 0;
-    return sendCommand({0x04, 0x57, mode == 1 ? 0x02 : 0x00});
+    return m_objSettings.setFocusMode(mode);
 }
 
 int ViscaZoomDomeController::OnePushTrigger() {
-    return sendCommand({0x04, 0x18, 0x01});
+    return m_objSettings.OnePushTrigger();
 }
 
 // ---- iris -------------------------------------------------------------------

@@ -96,6 +96,8 @@ int ViscaTransport::exchange(const char* frame, int len, const char* name, bool 
     // A thread being stopped starts no attempt: it would only send a frame and
     // give up on its answer at once.
     for (int attempt = 1; attempt <= kAttempts && !PlatformClock::stopRequested(); ++attempt) {
+        if (!inquiry && m_commandTrace)
+            m_commandTrace(attempt, frame, len);
         const int sent = m_uart->send(m_nPort, frame, len);
         if (sent != len)
             logSendFailure(name, attempt, sent, frame, len);
@@ -210,16 +212,19 @@ int ViscaTransport::sendPlain(const char* frame, int len) {
     return m_uart->send(m_nPort, frame, len);
 }
 
-void ViscaTransport::vendorFrame(char out[7], int b1, int b2, int b3, int b4) {
-    const int bytes[4] = {b1, b2, b3, b4};
+int ViscaTransport::vendorFrame(char* out, std::initializer_list<int> body) {
+    int n = 0;
     unsigned sum = 0;
-    out[0] = static_cast<char>(0xFE);
-    for (int i = 0; i < 4; ++i) {
-        out[i + 1] = static_cast<char>(bytes[i] & 0xFF);
-        sum += static_cast<unsigned>(bytes[i]) & 0xFFu;
+    out[n++] = static_cast<char>(0xFE);
+    for (int value : body) {
+        if (n > kMaxVendorBody)
+            break;
+        out[n++] = static_cast<char>(value & 0xFF);
+        sum += static_cast<unsigned>(value) & 0xFFu;
     }
-    out[5] = static_cast<char>(sum & 0xFFu);
-    out[6] = static_cast<char>(0xFF);
+    out[n++] = static_cast<char>(sum & 0xFFu);
+    out[n++] = static_cast<char>(0xFF);
+    return n;
 }
 
 void ViscaTransport::nibbles(int value, char out[2]) {

@@ -6,6 +6,8 @@
 #include "platform/KVMutex.h"
 
 #include <functional>
+#include <initializer_list>
+#include <utility>
 
 class ISensorController;
 
@@ -60,12 +62,19 @@ public:
     // or second attempt is only logged (the frame counts as delivered); only a
     // missing/short echo is retried, and only a wrong third echo fails.
     int sendWithEcho(const char* frame, int len, const char* name = "KVSendParam");
+    // Called before every attempt of a command, with the attempt number (a
+    // module driver that traces its sends; none by default).
+    using AttemptTrace = std::function<void(int attempt, const char* frame, int len)>;
+    void setCommandTrace(AttemptTrace trace) { m_commandTrace = std::move(trace); }
     // Sends without waiting for an answer and without the lock (the vendor
     // frames are plain sends); returns the count sent (-1: error).
     int sendPlain(const char* frame, int len);
 
-    // Vendor frame FE b1 b2 b3 b4 checksum FF; checksum = low byte of the sum.
-    static void vendorFrame(char out[7], int b1, int b2, int b3, int b4);
+    // Vendor frame FE <body> checksum FF, checksum = low byte of the body's
+    // sum (four body bytes on the dome modules, five on the CMD8300). Writes
+    // body.size() + 3 bytes (at most kMaxVendorBody + 3) and returns that count.
+    static constexpr int kMaxVendorBody = 8;
+    static int vendorFrame(char* out, std::initializer_list<int> body);
     // The low byte of value as two bytes: high nibble, low nibble.
     static void nibbles(int value, char out[2]);
     // A 16-bit position as four bytes 0p 0q 0r 0s, high nibble first.
@@ -92,4 +101,5 @@ private:
     char m_szRecv[kMaxReply];
     // The last attempt got no whole answer, which may still come (readAnswer).
     bool m_bLateAnswer = false;
+    AttemptTrace m_commandTrace;
 };

@@ -184,11 +184,14 @@ TEST_F(ViscaTransportTest, EmptyUartThrowsAndReleasesTheLock) {
 }
 
 TEST(ViscaFrameTest, VendorChecksumAndPositionNibbles) {
-    char frame[7];
-    ViscaTransport::vendorFrame(frame, 0x05, 0x03, 0x01, 0x01);
+    char frame[ViscaTransport::kMaxVendorBody + 3];
+    EXPECT_EQ(ViscaTransport::vendorFrame(frame, {0x05, 0x03, 0x01, 0x01}), 7);
     EXPECT_EQ(std::string(frame, 7), bytes({0xFE, 0x05, 0x03, 0x01, 0x01, 0x0A, 0xFF}));
-    ViscaTransport::vendorFrame(frame, 0x80, 0x90, 0xF0, 0x01); // sum 0x201: low byte only
+    ViscaTransport::vendorFrame(frame, {0x80, 0x90, 0xF0, 0x01}); // sum 0x201: low byte only
     EXPECT_EQ(static_cast<unsigned char>(frame[5]), 0x01);
+    // The CMD8300's five-byte body: the IR-cut frame for night.
+    EXPECT_EQ(ViscaTransport::vendorFrame(frame, {0x01, 0x1E, 0x02, 0x00, 0x01}), 8);
+    EXPECT_EQ(std::string(frame, 8), bytes({0xFE, 0x01, 0x1E, 0x02, 0x00, 0x01, 0x22, 0xFF}));
     char four[4];
     ViscaTransport::encodePosition(0xABCD, four);
     EXPECT_EQ(std::string(four, 4), bytes({0x0A, 0x0B, 0x0C, 0x0D}));

@@ -34,13 +34,13 @@ public:
     }
     void setStatus(int status) { m_SensorStatus = status; }
     void setPort(int port) { m_nUARTPort = port; }
-    void setGeneration(int generation) { m_nGeneration = generation; }
+    void setGeneration(int generation) { m_objSettings.setGeneration(generation); }
     void setDNState(int state) { m_nDNState = state; }
     int lastDNMode() const { return m_nLastDayNightMode; }
     KVMutex& controllerLock() { return m_mutex; }
     int dnSource() const { return m_nDNSource; }
-    int ntoD() const { return m_nNtoDSensitivity; }
-    int dtoN() const { return m_nDtoNSensitivity; }
+    int ntoD() const { return m_objSettings.ntoDSensitivity(); }
+    int dtoN() const { return m_objSettings.dtoNSensitivity(); }
     ZoomIrIllumination& ir() { return m_objIr; }
     // Stores a value in the parameter store, as a set through the base would.
     int storeParameter(int id, int value) { return m_pSensorCache->setSensorValue(id, value); }
