@@ -117,17 +117,9 @@ int CMD8300SenseController::openUART() {
                 m_nDataBits, m_nParity, m_nStopBits);
 
     closeUART(); // a second init reopens the port
-    if (m_pUART.get() == nullptr || (m_nUARTPort = m_pUART->open(m_strDeviceName.c_str())) < 0) {
-        ErrorPrintf("open uart (%s) failed", m_strDeviceName.c_str());
+    if (m_objVisca.openPort(m_strDeviceName, m_nBaudarate, m_nDataBits, m_nStopBits, m_nParity) ==
+        0)
         return 0;
-    }
-    if (m_pUART->setParameter(m_nUARTPort, m_nBaudarate, m_nDataBits, m_nStopBits, m_nParity) ==
-        0) {
-        ErrorPrintf("m_pUART->setParameter(m_nUARTIndex,m_nBaudarate,m_nDataBits,m_nStopBits,m_"
-                    "nParity) failed\n");
-        closeUART();
-        return 0;
-    }
     clearUartBuffer();
     return 1;
 }

@@ -149,16 +149,8 @@ int ViscaZoomDomeController::initController(int, ModuleConfigure const& config) 
     m_nParity = parity;
     m_nStopBits = stopBits;
 
-    if (m_pUART.get() == nullptr || (m_nUARTPort = m_pUART->open(device.c_str())) < 0) {
-        ErrorPrintf("open uart (%s) failed", device.c_str());
+    if (visca().openPort(device, m_nBaudarate, m_nDataBits, m_nStopBits, m_nParity) == 0)
         return 0;
-    }
-    if (m_pUART->setParameter(m_nUARTPort, m_nBaudarate, m_nDataBits, m_nStopBits, m_nParity) ==
-        0) {
-        ErrorPrintf("m_pUART->setParameter(m_nUARTIndex,m_nBaudarate,m_nDataBits,m_nStopBits,m_"
-                    "nParity) failed\n");
-        return 0;
-    }
 
     if (changeCameraBuadrate(m_nBaudarate) == 0)
         ErrorPrintf("changeCameraBuadrate(%d)failed\n", m_nBaudarate);

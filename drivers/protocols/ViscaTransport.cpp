@@ -54,6 +54,22 @@ ViscaTransport::ViscaTransport(SafePointer<IUARTController>& uart, int& port, KV
                                ISensorController& log)
     : m_uart(uart), m_nPort(port), m_lock(lock), m_log(log), m_szRecv() {}
 
+int ViscaTransport::openPort(const std::string& device, int baud, int dataBits, int stopBits,
+                             int parity) {
+    if (m_uart.get() == nullptr || (m_nPort = m_uart->open(device.c_str())) < 0) {
+        m_log.ErrorPrintf("open uart (%s) failed", device.c_str());
+        return 0;
+    }
+    if (m_uart->setParameter(m_nPort, baud, dataBits, stopBits, parity) == 0) {
+        m_log.ErrorPrintf("m_pUART->setParameter(m_nUARTIndex,m_nBaudarate,m_nDataBits,m_nStopBits,"
+                          "m_nParity) failed\n");
+        m_uart->close(m_nPort);
+        m_nPort = -1;
+        return 0;
+    }
+    return 1;
+}
+
 int ViscaTransport::getRealData(char* buf, int maxLen, int timeout) {
     char scratch[kMaxReply];
     int count = 0;

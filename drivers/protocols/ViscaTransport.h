@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <initializer_list>
+#include <string>
 #include <utility>
 
 class ISensorController;
@@ -41,6 +42,11 @@ public:
                    ISensorController& log);
     ViscaTransport(const ViscaTransport&) = delete;
     ViscaTransport& operator=(const ViscaTransport&) = delete;
+
+    // Opens the module's serial device into the driver's port handle and sets
+    // the line; on failure logs "open uart (<device>) failed" or the
+    // port-settings message, leaves no port open and returns 0.
+    int openPort(const std::string& device, int baud, int dataBits, int stopBits, int parity);
 
     // Reads one reply: skips bytes until a 0x90, then collects up to and
     // including the closing 0xFF. Each byte is read with `timeout`. Returns the

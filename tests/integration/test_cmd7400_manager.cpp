@@ -19,7 +19,8 @@ using Frames = std::vector<std::string>;
 // a first start, scheme 1 is in force all day, so that no switch by time
 // re-applies the scheme while a test sets values.
 struct Cmd7400Unit {
-    explicit Cmd7400Unit(bool firstStart = false) : rig(kvtest::Fbs8300Rig::cmd7400Options()) {
+    explicit Cmd7400Unit(bool firstStart = false)
+        : rig(kvtest::Fbs8300Rig::modelOptions("cmd7400")) {
         rig.useModule(CMD7400SenseController::kSensorType);
         if (!firstStart) {
             const std::string window = "(500,1)(501,0)(502,0)(503,24)(504,0)(10000,999)(10001,999)";

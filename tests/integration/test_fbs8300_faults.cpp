@@ -1,6 +1,8 @@
-// Zoom domes (FBS8300, CMD7400) end to end on a faulty line: silent, erroring or garbling module.
+// VISCA modules (FBS8300, CMD7400, CMD8300) end to end on a faulty line: silent, erroring or
+// garbling module.
 // labels: threaded
 #include "drivers/platform/CMD7400SenseController.h"
+#include "drivers/platform/CMD8300SenseController.h"
 #include "platform/PlatformClock.h"
 #include "support/controller/Fbs8300Rig.h"
 
@@ -163,7 +165,7 @@ TEST(Fbs8300Faults, ReleaseWhileThreadsWaitOnASilentModuleIsQuick) {
 }
 
 TEST(Cmd7400Faults, FailingSetsAndDarkLevelAreBoundedLoggedAndLoseNothing) {
-    kvtest::Fbs8300Rig rig(kvtest::Fbs8300Rig::cmd7400Options());
+    kvtest::Fbs8300Rig rig(kvtest::Fbs8300Rig::modelOptions("cmd7400"));
     SafePointer<ISensorController> c =
         startWithSaturation70(rig, CMD7400SenseController::kSensorType);
     auto* dome = dynamic_cast<CMD7400SenseController*>(c.get());
@@ -200,6 +202,28 @@ TEST(Cmd7400Faults, FailingSetsAndDarkLevelAreBoundedLoggedAndLoseNothing) {
     rig.sim.clearFrames();
     dome->setCameraDarkLevel();
     EXPECT_EQ(rig.countCommands("81 01 04 A7 00 01 05 00 FF"), 1) << "first level after healing";
+}
+
+TEST(Cmd8300Faults, FailingSetsAreBoundedLoggedAndLoseNothing) {
+    kvtest::Fbs8300Rig rig(kvtest::Fbs8300Rig::modelOptions("cmd8300"));
+    SafePointer<ISensorController> c =
+        startWithSaturation70(rig, CMD8300SenseController::kSensorType);
+    ASSERT_NE(dynamic_cast<CMD8300SenseController*>(c.get()), nullptr);
+    const std::function<void()> faults[] = {
+        [&] { rig.sim.setSilence(); },
+        [&] { rig.sim.setErrorReply(0, 2); },
+        [&] {
+            rig.sim.setGarbage({0x90, 0x01, 0x02, 0x03});
+        },
+    };
+    for (const auto& fault : faults) {
+        rig.sim.clearFaults();
+        fault();
+        expectRefusedSet(rig, *c, "CMD8300");
+        // Every attempt is announced before it is sent.
+        EXPECT_TRUE(
+            contains(rig.logs(), "===~~~~~~~~~~~~~~~~~~send(3 times) setParameterValue send:"));
+    }
 }
 
 } // namespace

@@ -212,20 +212,36 @@ TEST_F(SensorctlProcess, SilentModuleMakesCommandsFailInBoundedTime) {
     EXPECT_TRUE(contains(camsim.out, "rx 81 ")) << camsim.out;
 }
 
-TEST_F(SensorctlProcess, Module83TalksToTheCmd7400Model) {
-    Child camsim({KV_CAMSIM, "--model", "cmd7400", "--time-scale", "0.01"});
-    camsim.pump(Clock::now() + std::chrono::seconds(10), "\n");
-    const std::string device = camsim.out.substr(0, camsim.out.find('\n'));
-    ASSERT_TRUE(contains(device, "/dev/")) << device;
-    std::vector<std::string> args = common();
-    for (const char* a : {"--module", "83", "--device", device.c_str(), "set", "saturation=50"})
-        args.push_back(a);
-    Result r = run(args);
-    EXPECT_EQ(r.status, 0) << r.out << r.err;
-    // Level 8 (7.5 rounded), and the CMD7400's system-0 value needs no restart.
-    camsim.pump(Clock::now() + std::chrono::milliseconds(200));
-    EXPECT_TRUE(contains(camsim.out, "rx 81 01 04 A1 00 00 00 08 FF")) << camsim.out;
-    EXPECT_FALSE(contains(camsim.out, "rx FE 05")) << camsim.out;
+// Each vendor module named with --module against camsim playing its model:
+// the saturation frame of that module, and no restart at system 0.
+TEST_F(SensorctlProcess, VendorModulesTalkToTheirSimulatorModels) {
+    struct Module {
+        const char* id;
+        const char* model;
+        const char* frame;   // saturation 50 on this module
+        const char* restart; // its restart frame
+    };
+    const Module modules[] = {
+        // Level 8: 7.5 rounded to the nearest.
+        {"83", "cmd7400", "rx 81 01 04 A1 00 00 00 08 FF", "rx FE 05"},
+        {"25", "cmd8300", "rx 81 01 04 A1 00 00 00 07 FF", "rx 81 01 04 19 03 FF"},
+    };
+    for (const Module& module : modules) {
+        SCOPED_TRACE(module.model);
+        Child camsim({KV_CAMSIM, "--model", module.model, "--time-scale", "0.01"});
+        camsim.pump(Clock::now() + std::chrono::seconds(10), "\n");
+        const std::string device = camsim.out.substr(0, camsim.out.find('\n'));
+        ASSERT_TRUE(contains(device, "/dev/")) << device;
+        std::vector<std::string> args = common();
+        for (const char* a :
+             {"--module", module.id, "--device", device.c_str(), "set", "saturation=50"})
+            args.push_back(a);
+        Result r = run(args);
+        EXPECT_EQ(r.status, 0) << r.out << r.err;
+        camsim.pump(Clock::now() + std::chrono::milliseconds(200));
+        EXPECT_TRUE(contains(camsim.out, module.frame)) << camsim.out;
+        EXPECT_FALSE(contains(camsim.out, module.restart)) << camsim.out;
+    }
 }
 
 } // namespace

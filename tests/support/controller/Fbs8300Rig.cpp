@@ -62,18 +62,21 @@ void Fbs8300Rig::installSampleFiles() const {
 }
 
 void Fbs8300Rig::useModule(int moduleId) const {
+    editModuleRecord("<module id=\"82\"", "<module id=\"" + std::to_string(moduleId) + "\"");
+}
+
+void Fbs8300Rig::editModuleRecord(const std::string& from, const std::string& to) const {
     const std::string path = "/hd1/moduleConfig/moduleConfig.xml";
     std::string xml = root.readFile(path);
-    const std::string from = "<module id=\"82\"";
     const std::string::size_type at = xml.find(from);
     ASSERT_NE(at, std::string::npos) << xml;
-    xml.replace(at, from.size(), "<module id=\"" + std::to_string(moduleId) + "\"");
+    xml.replace(at, from.size(), to);
     root.writeFile(path, xml);
 }
 
-ViscaSimulator::Options Fbs8300Rig::cmd7400Options() {
+ViscaSimulator::Options Fbs8300Rig::modelOptions(const char* model) {
     ViscaSimulator::Options options;
-    options.model = findViscaModel("cmd7400");
+    options.model = findViscaModel(model);
     return options;
 }
 

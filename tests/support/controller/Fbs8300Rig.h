@@ -70,12 +70,14 @@ public:
     Fbs8300Rig& operator=(const Fbs8300Rig&) = delete;
 
     void installSampleFiles() const;
-    // Makes the unit a CMD7400 dome: module id 83 in moduleConfig.xml (the
-    // rest of the record as the sample's) and, as init() then builds it, the
-    // CMD7400 driver through the manager. The simulator plays the model of
-    // the rig's options (cmd7400Options()).
+    // Makes the unit another VISCA module: its id in moduleConfig.xml (the
+    // rest of the record as the sample's) and, as init() then builds it, its
+    // driver through the manager. The simulator plays the model of the rig's
+    // options (modelOptions("cmd7400"), ...).
     void useModule(int moduleId) const;
-    static ViscaSimulator::Options cmd7400Options();
+    // Replaces `from` by `to` in the unit's moduleConfig.xml record.
+    void editModuleRecord(const std::string& from, const std::string& to) const;
+    static ViscaSimulator::Options modelOptions(const char* model);
 
     // Driver level. initController hands the UART and GPIO to the driver and
     // runs its initController. connectReady skips the start-up: it opens the
