@@ -4,6 +4,9 @@
 namespace {
 
 // The gain position register (04 4C): 90 50 0p 0q 0r 0s FF, position 0 at power-on.
+// The zoom domes restart by a vendor frame and answer a vendor version
+// inquiry; the fixed-lens CMD8300 has neither, takes 8-byte vendor frames,
+// restarts by a VISCA command and switches its IR-cut filter by a vendor frame.
 const ViscaModel kModels[] = {
     {"fbs8300",
      82,
@@ -11,6 +14,9 @@ const ViscaModel kModels[] = {
      7,
      {0x05, 0x03, 0x01, 0x01},
      {0x06, 0x01, 0x01, 0x01},
+     {},
+     {},
+     {},
      {{{0x04, 0x4C}, {0, 0, 0, 0}}}},
     {"cmd7400",
      83,
@@ -18,6 +24,19 @@ const ViscaModel kModels[] = {
      7,
      {0x05, 0x03, 0x01, 0x01},
      {0x06, 0x01, 0x01, 0x01},
+     {},
+     {},
+     {},
+     {{{0x04, 0x4C}, {0, 0, 0, 0}}}},
+    {"cmd8300",
+     25,
+     6,
+     8,
+     {},
+     {},
+     {0x04, 0x19, 0x03},
+     {0x01, 0x1E, 0x02, 0x00},
+     {0x04, 0x01},
      {{{0x04, 0x4C}, {0, 0, 0, 0}}}},
 };
 

@@ -8,9 +8,7 @@
 
 // One simulated module model as data. The simulator (ViscaSimulator) is the
 // same for every model; a model only names the values and frames its module
-// differs in. Further models add rows here, and new kinds of difference
-// (another vendor-frame length, a restart by a VISCA frame, extra inquiry
-// registers) become fields here that the simulator reads.
+// differs in. An empty frame body means the module has no such frame.
 struct ViscaModel {
     using Bytes = std::vector<uint8_t>;
 
@@ -24,8 +22,19 @@ struct ViscaModel {
     std::size_t vendorLength;
     Bytes restartVendor; // body of the vendor restart frame
     Bytes versionVendor; // body of the vendor version inquiry
+    // Body of a VISCA command (between 81 01 and FF) that restarts the
+    // module as the vendor restart does: no answer, silence, then the
+    // pending serial speed and video format.
+    Bytes restartCommand;
+    // Body of the vendor IR-cut frame without its last byte, the mode:
+    // 0 automatic (the filter follows the scene light), 1 night, 2 day.
+    // Acknowledged and completed like a VISCA command.
+    Bytes irCutVendor;
+    // Register whose inquiry reports the filter (02 night, 03 day): a VISCA
+    // command to it or an IR-cut frame sets it; automatic from power-on.
+    Bytes dayNightRegister;
     // Registers answering inquiries from power-on (key, data), besides the
-    // serial speed and the video format.
+    // serial speed, the video format and the day/night register.
     std::vector<std::pair<Bytes, Bytes>> registers;
 };
 
@@ -35,5 +44,5 @@ const ViscaModel* findViscaModel(const std::string& name);
 const ViscaModel* viscaModelOfModule(int moduleId);
 // The model a simulator runs unless told otherwise (the FBS8300).
 const ViscaModel& defaultViscaModel();
-// Every model's name, in table order ("fbs8300|cmd7400" when joined).
+// Every model's name, in table order ("fbs8300|cmd7400|cmd8300" when joined).
 std::string viscaModelNames(const char* separator);

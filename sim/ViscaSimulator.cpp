@@ -13,6 +13,12 @@ constexpr uint8_t kVendor = 0xFE;
 constexpr uint8_t kEcho = 0xA1;
 constexpr size_t kEchoLength = 4;
 constexpr size_t kMaxViscaLength = 16;
+// Values of the day/night register, and the modes of the IR-cut frame.
+constexpr uint8_t kFilterNight = 0x02;
+constexpr uint8_t kFilterDay = 0x03;
+constexpr uint8_t kIrCutAuto = 0;
+constexpr uint8_t kIrCutNight = 1;
+constexpr uint8_t kIrCutDay = 2;
 // A partial frame older than this (real seconds) is line noise and dropped.
 constexpr double kStaleRealSeconds = 0.2;
 // Longest real wait of the reader between looks at its queue and stop flag.
@@ -39,6 +45,7 @@ ViscaSimulator::ViscaSimulator(const Options& options)
       m_dRestartSeconds(options.restartSeconds), m_bPacing(options.pacing) {
     for (const auto& reg : m_model.registers)
         m_registers.setValue(reg.first, reg.second);
+    updateFilter();
     if (!m_pty.open(baudOfIndex(m_registers.activeBaudIndex())))
         return;
     m_thread = std::thread(&ViscaSimulator::run, this);
@@ -163,13 +170,14 @@ void ViscaSimulator::handleVisca(const Bytes& frame, double now) {
         answer({0x90, 0x60, 0x02, kEnd}, now);
         return;
     }
-    if (m_faults.take(ViscaFaults::ErrorReply)) {
-        answer({0x90, static_cast<uint8_t>(0x60 | (m_faults.errorSocket & 0x0F)),
-                static_cast<uint8_t>(m_faults.errorCode), kEnd},
-               now);
+    const Bytes body(frame.begin() + 2, frame.end() - 1);
+    // The restart command, like the vendor restart, is not answered at all.
+    if (type == 0x01 && !m_model.restartCommand.empty() && body == m_model.restartCommand) {
+        beginRestart(now);
         return;
     }
-    const Bytes body(frame.begin() + 2, frame.end() - 1);
+    if (takeErrorReply(now))
+        return;
     if (type == 0x09) {
         Bytes data;
         if (!m_registers.inquire(body, now, data)) {
@@ -186,6 +194,23 @@ void ViscaSimulator::handleVisca(const Bytes& frame, double now) {
         answer({0x90, 0x60, 0x02, kEnd}, now);
         return;
     }
+    // A filter set by command stays set: automatic ends.
+    if (writesDayNight(body))
+        m_bIrCutAuto = false;
+    acknowledge(now);
+}
+
+bool ViscaSimulator::takeErrorReply(double now) {
+    if (!m_faults.take(ViscaFaults::ErrorReply))
+        return false;
+    answer({0x90, static_cast<uint8_t>(0x60 | (m_faults.errorSocket & 0x0F)),
+            static_cast<uint8_t>(m_faults.errorCode), kEnd},
+           now);
+    return true;
+}
+
+// ACK and completion of a command on the next socket, in one write.
+void ViscaSimulator::acknowledge(double now) {
     const auto s = static_cast<uint8_t>(m_nSocket);
     m_nSocket = m_nSocket == 1 ? 2 : 1;
     const Bytes ack{0x90, static_cast<uint8_t>(0x40 | s), kEnd};
@@ -196,23 +221,36 @@ void ViscaSimulator::handleVisca(const Bytes& frame, double now) {
     answer(reply, now);
 }
 
-// Vendor frames FE body cs FF; a bad checksum or ending is ignored.
+void ViscaSimulator::beginRestart(double now) {
+    m_dRestartUntil = now + m_dRestartSeconds;
+    ++m_nRestarts;
+    m_queue.clear();
+    m_held.clear();
+}
+
+// Vendor frames FE body cs FF; a bad checksum or ending, and a body the
+// model does not know, get no answer.
 void ViscaSimulator::handleVendor(const Bytes& frame, double now) {
     const size_t n = frame.size();
+    if (n < 4 || frame[n - 1] != kEnd)
+        return;
     int sum = 0;
     for (size_t i = 1; i + 2 < n; ++i)
         sum += frame[i];
-    if (n < 4 || frame[n - 1] != kEnd || frame[n - 2] != (sum & 0xFF))
+    if (frame[n - 2] != (sum & 0xFF))
         return;
     const Bytes command(frame.begin() + 1, frame.end() - 2);
-    if (command == m_model.restartVendor) {
-        m_dRestartUntil = now + m_dRestartSeconds;
-        ++m_nRestarts;
-        m_queue.clear();
-        m_held.clear();
+    const Bytes& irCut = m_model.irCutVendor;
+    if (!irCut.empty() && command.size() == irCut.size() + 1 &&
+        std::equal(irCut.begin(), irCut.end(), command.begin())) {
+        handleIrCut(command.back(), now);
         return;
     }
-    if (command == m_model.versionVendor) {
+    if (!m_model.restartVendor.empty() && command == m_model.restartVendor) {
+        beginRestart(now);
+        return;
+    }
+    if (!m_model.versionVendor.empty() && command == m_model.versionVendor) {
         // FE, three model bytes, the version, then the plain sum of bytes 1..6.
         Bytes reply{kVendor, 0x01, 0x02, 0x03, m_version[0], m_version[1], m_version[2]};
         int check = 0;
@@ -222,6 +260,35 @@ void ViscaSimulator::handleVendor(const Bytes& frame, double now) {
         reply.push_back(kEnd);
         answer(reply, now);
     }
+}
+
+// The IR-cut frame is acknowledged and completed like a command; an unknown
+// mode is an unknown frame and goes unanswered.
+void ViscaSimulator::handleIrCut(uint8_t mode, double now) {
+    if (mode != kIrCutAuto && mode != kIrCutNight && mode != kIrCutDay)
+        return;
+    if (takeErrorReply(now))
+        return;
+    m_bIrCutAuto = mode == kIrCutAuto;
+    if (m_bIrCutAuto)
+        updateFilter();
+    else
+        m_registers.setValue(m_model.dayNightRegister,
+                             {mode == kIrCutNight ? kFilterNight : kFilterDay});
+    acknowledge(now);
+}
+
+bool ViscaSimulator::writesDayNight(const Bytes& body) const {
+    const Bytes& reg = m_model.dayNightRegister;
+    return !reg.empty() && body.size() > reg.size() &&
+           std::equal(reg.begin(), reg.end(), body.begin());
+}
+
+// In automatic the filter follows the scene light.
+void ViscaSimulator::updateFilter() {
+    if (m_model.dayNightRegister.empty() || !m_bIrCutAuto)
+        return;
+    m_registers.setValue(m_model.dayNightRegister, {m_bSceneDark ? kFilterNight : kFilterDay});
 }
 
 void ViscaSimulator::handleEcho(const Bytes& frame, double now) {
@@ -358,6 +425,12 @@ void ViscaSimulator::setVersion(int major, int minor, int patch) {
 void ViscaSimulator::setPacing(bool on) {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_bPacing = on;
+}
+
+void ViscaSimulator::setSceneDark(bool dark) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_bSceneDark = dark;
+    updateFilter();
 }
 
 void ViscaSimulator::setSilence(int frames) {

@@ -15,19 +15,22 @@
 #include <thread>
 #include <vector>
 
-// The virtual zoom-block module used by the tests, the demo and the control
+// The virtual VISCA block camera used by the tests, the demo and the control
 // tool's simulation mode. A client opens slavePath() as its serial port. The
 // module acknowledges commands (90 41 FF or 90 42 FF, alternately) and
 // completes them (90 51/52 FF), answers inquiries from its registers
 // (90 50 data FF), answers the vendor version frame, goes silent for its
-// restart time after the vendor restart frame, and echoes mask frames
-// (A1 .. FF). Its serial speed is an index register that takes effect at a
-// restart; while the client's line speed differs from it the module neither
-// understands nor answers. Every frame received is recorded, and fault
-// switches make it misbehave in the ways a real module on a noisy line does.
-// Times are device seconds of the platform clock, so scaled tests stay fast.
-// What differs between module models (FBS8300, CMD7400) is data of the
-// model's profile (ViscaModels).
+// restart time after its restart frame (vendor or VISCA), and echoes mask
+// frames (A1 .. FF). A module with an IR-cut vendor frame acknowledges it
+// like a command and reports the filter in its day/night register; in
+// automatic the filter follows the scene light a test sets. Its serial speed
+// is an index register that takes effect at a restart; while the client's
+// line speed differs from it the module neither understands nor answers.
+// Every frame received is recorded, and fault switches make it misbehave in
+// the ways a real module on a noisy line does. Times are device seconds of
+// the platform clock, so scaled tests stay fast. What differs between module
+// models (FBS8300, CMD7400, CMD8300) is data of the model's profile
+// (ViscaModels).
 class ViscaSimulator {
 public:
     using Bytes = std::vector<uint8_t>;
@@ -80,6 +83,8 @@ public:
     int restartCount() const;
     void setVersion(int major, int minor, int patch);
     void setPacing(bool on);
+    // Scene light for an IR-cut filter in automatic (default: day).
+    void setSceneDark(bool dark);
 
     // Fault switches; frames = how many frames, kForever = until cleared.
     void setSilence(int frames = kForever);
@@ -105,6 +110,12 @@ private:
     void handleVisca(const Bytes& frame, double now);
     void handleVendor(const Bytes& frame, double now);
     void handleEcho(const Bytes& frame, double now);
+    void handleIrCut(uint8_t mode, double now);
+    bool takeErrorReply(double now);
+    void acknowledge(double now);
+    void beginRestart(double now);
+    bool writesDayNight(const Bytes& body) const;
+    void updateFilter();
     void answer(Bytes bytes, double now);
     bool lineMatches() const;
     void checkRestart(double now);
@@ -128,6 +139,8 @@ private:
     int m_nHostBaud = 0;
     int m_nSocket = 1;
     uint8_t m_version[3] = {1, 2, 3};
+    bool m_bIrCutAuto = true;
+    bool m_bSceneDark = false;
     bool m_bPacing;
     std::atomic<bool> m_bStop{false};
     bool m_bRunning = false;

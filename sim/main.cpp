@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,17 @@ struct Settings {
     int baudIndex = 0;
 };
 
+// The models' controller ids for the help text: "82: fbs8300, 83: cmd7400, ...".
+std::string moduleIds() {
+    std::istringstream names(viscaModelNames(" "));
+    std::string ids;
+    std::string name;
+    while (names >> name)
+        ids += (ids.empty() ? "" : ", ") + std::to_string(findViscaModel(name)->moduleId) + ": " +
+               name;
+    return ids;
+}
+
 void applyFaults(ViscaSimulator& sim, const Settings& s) {
     if (s.silent)
         sim.setSilence();
@@ -68,7 +80,7 @@ int main(int argc, char** argv) {
             },
             viscaModelNames("|")));
     app.add_option("--module", s.module,
-                   "module id to simulate, instead of --model (82: FBS8300, 83: CMD7400)")
+                   "module id to simulate, instead of --model (" + moduleIds() + ")")
         ->check(CLI::Validator(
             [](std::string& v) {
                 int id = 0;

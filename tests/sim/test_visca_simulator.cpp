@@ -14,8 +14,9 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-class ViscaSimulatorTest : public ::testing::Test {
+class SimulatorRig : public ::testing::Test {
 protected:
+    explicit SimulatorRig(const ViscaSimulator::Options& options = {}) : sim(options) {}
     void SetUp() override {
         ASSERT_TRUE(sim.isRunning());
         port = uart.open(sim.slavePath().c_str());
@@ -46,11 +47,31 @@ protected:
     int port = -1;
 };
 
+class ViscaSimulatorTest : public SimulatorRig {};
+
+ViscaSimulator::Options cmd8300() {
+    ViscaSimulator::Options options;
+    options.model = viscaModelOfModule(25);
+    return options;
+}
+
+// The fixed-lens CMD8300: 8-byte vendor frames, IR-cut frame, restart by 81 01 04 19 03 FF.
+class Cmd8300SimulatorTest : public SimulatorRig {
+protected:
+    Cmd8300SimulatorTest() : SimulatorRig(cmd8300()) {}
+};
+
 const Bytes kSaturation7{0x81, 0x01, 0x04, 0xA1, 0x00, 0x00, 0x00, 0x07, 0xFF};
 const Bytes kAck1Done1{0x90, 0x41, 0xFF, 0x90, 0x51, 0xFF};
 const Bytes kAck2Done2{0x90, 0x42, 0xFF, 0x90, 0x52, 0xFF};
 const Bytes kVersion{0xFE, 0x06, 0x01, 0x01, 0x01, 0x09, 0xFF};
 const Bytes kBaudInquiry{0x81, 0x09, 0x04, 0x24, 0x24, 0xFF};
+const Bytes kVideoInquiry{0x81, 0x09, 0x04, 0x24, 0x72, 0xFF};
+const Bytes kDayNightInquiry{0x81, 0x09, 0x04, 0x01, 0xFF};
+const Bytes kIrCutAuto{0xFE, 0x01, 0x1E, 0x02, 0x00, 0x00, 0x21, 0xFF};
+const Bytes kIrCutNight{0xFE, 0x01, 0x1E, 0x02, 0x00, 0x01, 0x22, 0xFF};
+const Bytes kIrCutDay{0xFE, 0x01, 0x1E, 0x02, 0x00, 0x02, 0x23, 0xFF};
+const Bytes kRestart8300{0x81, 0x01, 0x04, 0x19, 0x03, 0xFF};
 
 } // namespace
 
@@ -66,7 +87,7 @@ TEST_F(ViscaSimulatorTest, CommandsAndInquiriesOfTheDriversRegisters) {
         {{0x81, 0x09, 0x04, 0x5B, 0xFF}, {0x90, 0x60, 0x02, 0xFF}},
         {{0x81, 0x09, 0x04, 0x4C, 0xFF}, {0x90, 0x50, 0x00, 0x00, 0x00, 0x00, 0xFF}},
         {kBaudInquiry, {0x90, 0x50, 0x00, 0x00, 0xFF}},
-        {{0x81, 0x09, 0x04, 0x24, 0x72, 0xFF}, {0x90, 0x50, 0x00, 0x06, 0xFF}},
+        {kVideoInquiry, {0x90, 0x50, 0x00, 0x06, 0xFF}},
         // Direct zoom position, then zoom and focus in one frame.
         {{0x81, 0x01, 0x04, 0x47, 0x05, 0x00, 0x00, 0x00, 0xFF}, kAck1Done1},
         {{0x81, 0x09, 0x04, 0x47, 0xFF}, {0x90, 0x50, 0x05, 0x00, 0x00, 0x00, 0xFF}},
@@ -197,6 +218,91 @@ TEST_F(ViscaSimulatorTest, PacedAnswersTakeTheirTimeOnTheWire) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(9u, exchange(kVersion, 9).size());
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(8));
+}
+
+TEST_F(ViscaSimulatorTest, EightByteFramesAndTheVisca1903AreNothingSpecialHere) {
+    // Read as a 7-byte vendor frame with a bad ending, the trailing FF as noise.
+    send(kIrCutNight);
+    EXPECT_TRUE(silent());
+    EXPECT_EQ(kAck1Done1, exchange(kRestart8300, 6)); // an ordinary register
+    EXPECT_EQ((Bytes{0x90, 0x50, 0x00, 0x00, 0xFF}), exchange(kBaudInquiry, 5));
+    EXPECT_EQ(0, sim.restartCount());
+    EXPECT_EQ((Bytes{0x90, 0x60, 0x02, 0xFF}), exchange(kDayNightInquiry, 4));
+    EXPECT_EQ((std::vector<Bytes>{Bytes(kIrCutNight.begin(), kIrCutNight.end() - 1), kRestart8300,
+                                  kBaudInquiry, kDayNightInquiry}),
+              sim.frames());
+}
+
+TEST_F(Cmd8300SimulatorTest, IrCutFramesAndSceneLightSetTheDayNightReport) {
+    ASSERT_STREQ("cmd8300", sim.model().name);
+    // Per step: the scene light, a frame (none: only the light changes) and its
+    // answer (none: silence), then what 81 09 04 01 FF reports (02 night, 03 day).
+    const struct {
+        bool dark;
+        Bytes frame, reply;
+        uint8_t filter;
+    } steps[] = {
+        {false, {}, {}, 0x03}, // power-on: automatic, day
+        {true, {}, {}, 0x02},
+        {true, kIrCutNight, kAck1Done1, 0x02},
+        {false, {}, {}, 0x02}, // night stays night by day
+        {false, kIrCutDay, kAck2Done2, 0x03},
+        {true, {}, {}, 0x03},
+        {true, kIrCutAuto, kAck1Done1, 0x02},
+        {false, {}, {}, 0x03},
+        {false, {0x81, 0x01, 0x04, 0x01, 0x02, 0xFF}, kAck2Done2, 0x02}, // ends automatic
+        {false, kIrCutAuto, kAck1Done1, 0x03},
+        {false, {0xFE, 0x01, 0x1E, 0x02, 0x00, 0x01, 0x23, 0xFF}, {}, 0x03}, // bad checksum
+        {true, {0xFE, 0x01, 0x1E, 0x02, 0x00, 0x03, 0x24, 0xFF}, {}, 0x02},  // no mode 3
+        // The zoom domes' version and restart bodies mean nothing to this module.
+        {false, {0xFE, 0x06, 0x01, 0x01, 0x01, 0x00, 0x09, 0xFF}, {}, 0x03},
+        {false, {0xFE, 0x05, 0x03, 0x01, 0x01, 0x00, 0x0A, 0xFF}, {}, 0x03},
+    };
+    int i = 0;
+    for (const auto& step : steps) {
+        sim.setSceneDark(step.dark);
+        if (!step.frame.empty()) {
+            send(step.frame);
+            if (step.reply.empty())
+                EXPECT_TRUE(silent()) << i;
+            else
+                EXPECT_EQ(step.reply, read(int(step.reply.size()))) << i;
+        }
+        EXPECT_EQ((Bytes{0x90, 0x50, step.filter, 0xFF}), exchange(kDayNightInquiry, 4)) << i;
+        ++i;
+    }
+    EXPECT_EQ(0, sim.restartCount());
+
+    // The command fault switches bend the IR-cut frame's answer as a command's.
+    sim.setErrorReply(0, 0x02, 1);
+    EXPECT_EQ((Bytes{0x90, 0x60, 0x02, 0xFF}), exchange(kIrCutNight, 4));
+    EXPECT_EQ((Bytes{0x90, 0x50, 0x03, 0xFF}), exchange(kDayNightInquiry, 4));
+    sim.setCompletionFirst(1);
+    EXPECT_EQ((Bytes{0x90, 0x52, 0xFF, 0x90, 0x42, 0xFF}), exchange(kIrCutNight, 6));
+    EXPECT_EQ((Bytes{0x90, 0x50, 0x02, 0xFF}), exchange(kDayNightInquiry, 4));
+}
+
+TEST_F(Cmd8300SimulatorTest, ViscaRestartIsSilentThenAppliesThePendingVideoFormat) {
+    // The start-up notice asks for nothing the module keeps.
+    EXPECT_EQ((Bytes{0x90, 0x60, 0x02, 0xFF}), exchange({0x81, 0x09, 0x04, 0x22, 0xFF}, 4));
+    EXPECT_EQ((Bytes{0x90, 0x50, 0x00, 0x00, 0x00, 0x00, 0xFF}),
+              exchange({0x81, 0x09, 0x04, 0x4C, 0xFF}, 7));
+    EXPECT_EQ(kAck1Done1, exchange({0x81, 0x01, 0x04, 0x24, 0x72, 0x00, 0x08, 0xFF}, 6));
+    EXPECT_EQ((Bytes{0x90, 0x50, 0x00, 0x08, 0xFF}), exchange(kVideoInquiry, 5));
+    EXPECT_EQ(6, sim.videoFormat());
+
+    send(kRestart8300);
+    ASSERT_TRUE(sim.waitForFrames(5, 1.0));
+    EXPECT_EQ(1, sim.restartCount());
+    EXPECT_TRUE(silent());
+    send(kVideoInquiry);
+    EXPECT_TRUE(silent());
+    PlatformClock::sleepFor(PlatformClock::Duration(21.0));
+    EXPECT_FALSE(sim.isRestarting());
+    EXPECT_EQ(8, sim.videoFormat());
+    EXPECT_EQ((Bytes{0x90, 0x50, 0x00, 0x08, 0xFF}), exchange(kVideoInquiry, 5));
+    EXPECT_EQ(kAck2Done2, exchange(kIrCutDay, 6));
+    EXPECT_EQ(1, sim.restartCount());
 }
 
 TEST(ViscaSimulatorLifetime, StopsQuickly) {
