@@ -3,6 +3,7 @@
 
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
 #include "drivers/platform/CMD7400SenseController.h"
+#include "drivers/platform/CMD8300SenseController.h"
 #include "drivers/protocols/ViscaSettings.h"
 
 #include <cerrno>
@@ -20,9 +21,9 @@ struct Row {
     const char* note;
 };
 
-// The zoom domes: ids 1..32 and 57..68 (FBS8300: 28 set-only; CMD7400:
-// without 13 and 28).
-const Row kZoomDomeRows[] = {
+// The VISCA modules: ids 1..32 and 57..68 (FBS8300: 28 set-only; CMD7400:
+// without 13 and 28; CMD8300: up to 66, day/night in the base's modes).
+const Row kViscaRows[] = {
     {1, "saturation", 0, 100, "common", ""},
     {2, "contrast", 0, 100, "common", ""},
     {3, "sharpness", 0, 100, "common", ""},
@@ -69,6 +70,20 @@ const Row kZoomDomeRows[] = {
     {68, "chroma_suppress", 0, 100, "common", ""},
 };
 
+// The day/night mode of a module that keeps the base's numbering.
+const Row kBaseDayNightRow = {22, "daynight_mode", 0,
+                              3,  "common",        "0 auto, 1 day, 2 night, 3 time"};
+
+bool hasViscaRow(int moduleId, int id) {
+    if (moduleId == AmbaS2FBS8300SenseController::kSensorType)
+        return true;
+    if (moduleId == CMD7400SenseController::kSensorType)
+        return id != 13 && id != 28;
+    if (moduleId == CMD8300SenseController::kSensorType)
+        return id <= 66;
+    return false;
+}
+
 // Every controller's scheme window (ids 500..504).
 const Row kSchemeRows[] = {
     {500, "scheme_enable", 0, 1, "common", "scheme in force"},
@@ -90,11 +105,11 @@ ParameterNames::Entry makeEntry(const Row& row) {
 } // namespace
 
 ParameterNames::ParameterNames(int moduleId) {
-    const bool cmd7400 = moduleId == CMD7400SenseController::kSensorType;
-    if (moduleId == AmbaS2FBS8300SenseController::kSensorType || cmd7400)
-        for (const Row& row : kZoomDomeRows)
-            if (!cmd7400 || (row.id != 13 && row.id != 28))
-                m_vecEntries.push_back(makeEntry(row));
+    const bool baseDayNight = moduleId == CMD8300SenseController::kSensorType;
+    for (const Row& row : kViscaRows)
+        if (hasViscaRow(moduleId, row.id))
+            m_vecEntries.push_back(
+                makeEntry(baseDayNight && row.id == 22 ? kBaseDayNightRow : row));
     for (const Row& row : kSchemeRows)
         m_vecEntries.push_back(makeEntry(row));
 }

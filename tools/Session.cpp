@@ -140,8 +140,9 @@ bool Session::loadModule(std::string& error) {
         }
     }
     if (!found) {
-        // A zoom dome without a record (simulated, or named with --module)
-        // gets the sample unit's.
+        // A module with a simulator model but no record (simulated, or named
+        // with --module) gets the sample unit's: its serial line, lamp and DC keys
+        // suit every VISCA model.
         const int sampleId = m_objOptions.moduleId < 0 ? AmbaS2FBS8300SenseController::kSensorType
                                                        : m_objOptions.moduleId;
         if ((m_objOptions.simulate || m_objOptions.moduleId >= 0) &&
