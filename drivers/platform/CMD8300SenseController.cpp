@@ -161,17 +161,7 @@ int CMD8300SenseController::setSensorVideoSystem(int videoSystem, VideoResolutio
 
 int CMD8300SenseController::restartCamera() {
     const char frame[] = {'\x81', '\x01', '\x04', '\x19', '\x03', '\xFF'};
-    const int sent =
-        m_pUART.get() != nullptr && m_nUARTPort >= 0 ? m_objVisca.sendPlain(frame, 6) : -1;
-    if (sent != 6) {
-        KovantTime::wait(KovantTime(1, 0));
-        return 0;
-    }
-    std::puts("Restarting sensor");
-    // The module hears nothing while it restarts.
-    KovantTime::wait(KovantTime(20, 0));
-    clearUartBuffer();
-    return 1;
+    return m_objVisca.sendRestart(frame, 6);
 }
 
 // The module's own start-up runs the script of its video system; the copy

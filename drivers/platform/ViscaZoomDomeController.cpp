@@ -213,15 +213,7 @@ int ViscaZoomDomeController::initController(int, ModuleConfigure const& config) 
 int ViscaZoomDomeController::restartCamera() {
     char frame[7];
     ViscaTransport::vendorFrame(frame, {0x05, 0x03, 0x01, 0x01});
-    if (m_pUART.get() == nullptr || visca().sendPlain(frame, 7) != 7) {
-        KovantTime::wait(KovantTime(1, 0));
-        return 0;
-    }
-    std::puts("Restarting sensor");
-    // The module hears nothing while it restarts.
-    KovantTime::wait(KovantTime(20, 0));
-    clearUartBuffer();
-    return 1;
+    return visca().sendRestart(frame, 7);
 }
 
 int ViscaZoomDomeController::getCameraVerInf(std::string& version) {

@@ -2,8 +2,10 @@
 #include "drivers/protocols/ViscaTransport.h"
 
 #include "controller/ISensorController.h"
+#include "platform/KovantTime.h"
 #include "platform/PlatformClock.h"
 
+#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <vector>
@@ -241,6 +243,18 @@ int ViscaTransport::vendorFrame(char* out, std::initializer_list<int> body) {
     out[n++] = static_cast<char>(sum & 0xFFu);
     out[n++] = static_cast<char>(0xFF);
     return n;
+}
+
+int ViscaTransport::sendRestart(const char* frame, int len) {
+    if (m_uart.get() == nullptr || m_nPort < 0 || sendPlain(frame, len) != len) {
+        KovantTime::wait(KovantTime(1, 0));
+        return 0;
+    }
+    std::puts("Restarting sensor");
+    // The module hears nothing while it restarts.
+    KovantTime::wait(KovantTime(20, 0));
+    drain();
+    return 1;
 }
 
 void ViscaTransport::nibbles(int value, char out[2]) {

@@ -68,6 +68,10 @@ public:
     // or second attempt is only logged (the frame counts as delivered); only a
     // missing/short echo is retried, and only a wrong third echo fails.
     int sendWithEcho(const char* frame, int len, const char* name = "KVSendParam");
+    // Sends a module's restart frame (plain send). When all of it went out
+    // prints "Restarting sensor", waits out the 20 s the module is deaf and
+    // drains the line; otherwise waits 1 s and returns 0.
+    int sendRestart(const char* frame, int len);
     // Called before every attempt of a command, with the attempt number (a
     // module driver that traces its sends; none by default).
     using AttemptTrace = std::function<void(int attempt, const char* frame, int len)>;
