@@ -1,6 +1,8 @@
 // Simulated image adapter behind the ISP driver calls.
 #include "platform/kvia.h"
 
+#include "platform/PlatformClock.h"
+
 #include <map>
 #include <mutex>
 
@@ -11,6 +13,9 @@ struct Adapter {
     std::map<int, std::vector<int32_t>> values;
     std::map<int, int> failures;
     std::vector<KviaSimulator::Write> log;
+    std::vector<KviaSimulator::Call> calls;
+    double settleSeconds = KviaSimulator::kDefaultIrCutSettle;
+    double settledAt = 0.0; // device monotonic time the filter rests from
     int preinitError = 0;
     int preinitCount = 0;
 };
@@ -33,20 +38,29 @@ int kvia_ioctrl(int code, int direction, void* value) {
         return KVIA_ERR_CODE;
     Adapter& a = adapter();
     std::lock_guard<std::mutex> lock(a.mutex);
-    const auto failure = a.failures.find(code);
-    if (failure != a.failures.end())
-        return failure->second;
-    const size_t count = static_cast<size_t>(KviaSimulator::wordCount(code));
     auto* words = static_cast<int32_t*>(value);
+    const auto failure = a.failures.find(code);
+    if (failure != a.failures.end()) {
+        a.calls.push_back(
+            {code, direction, direction == KVIA_DIR_WRITE ? words[0] : 0, failure->second});
+        return failure->second;
+    }
+    const size_t count = static_cast<size_t>(KviaSimulator::wordCount(code));
     std::vector<int32_t>& stored = a.values[code];
     stored.resize(count, 0);
+    const double now = PlatformClock::monotonicSeconds();
     if (direction == KVIA_DIR_WRITE) {
         stored.assign(words, words + count);
         a.log.push_back({code, stored[0], stored});
+        if (code == KVIA_CODE_DAYNIGHT)
+            a.settledAt = a.settleSeconds < 0.0 ? -1.0 : now + a.settleSeconds;
+    } else if (code == KVIA_CODE_IRCUT_STATUS) {
+        words[0] = a.settledAt < 0.0 || now < a.settledAt ? 1 : 0;
     } else {
         for (size_t i = 0; i < count; ++i)
             words[i] = stored[i];
     }
+    a.calls.push_back({code, direction, words[0], KVIA_OK});
     return KVIA_OK;
 }
 
@@ -90,10 +104,27 @@ std::vector<KviaSimulator::Write> KviaSimulator::writeLog() {
     return a.log;
 }
 
+std::vector<KviaSimulator::Call> KviaSimulator::callLog() {
+    Adapter& a = adapter();
+    std::lock_guard<std::mutex> lock(a.mutex);
+    return a.calls;
+}
+
 void KviaSimulator::clearWriteLog() {
     Adapter& a = adapter();
     std::lock_guard<std::mutex> lock(a.mutex);
     a.log.clear();
+    a.calls.clear();
+}
+
+void KviaSimulator::setLightMeasure(int32_t measure) {
+    setValue(KVIA_CODE_LIGHT_MEASURE, measure);
+}
+
+void KviaSimulator::setIrCutSettleTime(double deviceSeconds) {
+    Adapter& a = adapter();
+    std::lock_guard<std::mutex> lock(a.mutex);
+    a.settleSeconds = deviceSeconds;
 }
 
 void KviaSimulator::setValue(int code, int32_t value) {
@@ -126,6 +157,9 @@ void KviaSimulator::reset() {
     a.values.clear();
     a.failures.clear();
     a.log.clear();
+    a.calls.clear();
+    a.settleSeconds = kDefaultIrCutSettle;
+    a.settledAt = 0.0;
     a.preinitError = 0;
     a.preinitCount = 0;
 }

@@ -1,15 +1,17 @@
 #!/usr/bin/env bash
 # Builds and runs the whole suite: under AddressSanitizer + UndefinedBehavior-
 # Sanitizer, the threaded tests again under ThreadSanitizer, and a cross-build
-# for 32-bit ARM run under qemu-arm. Installs what is missing first.
-#   KV_STAGES="asan tsan arm" picks stages (default: all three).
+# for 32-bit ARM run under qemu-arm, and the camera build against the ISP
+# driver's C interface (a stand-in driver library, build and link check only).
+# Installs what is missing first.
+#   KV_STAGES="asan tsan arm vendor" picks stages (default: all four).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 bash scripts/setup.sh
 
 jobs=$(nproc 2>/dev/null || echo 2)
-stages=${KV_STAGES:-"asan tsan arm"}
+stages=${KV_STAGES:-"asan tsan arm vendor"}
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
@@ -50,6 +52,24 @@ for stage in $stages; do
         build build/armhf -DCMAKE_BUILD_TYPE=RelWithDebInfo \
             -DCMAKE_TOOLCHAIN_FILE=cmake/toolchain-armhf.cmake
         run_ctest build/armhf --repeat until-pass:2
+        ;;
+    vendor)
+        echo "== 32-bit ARM linked to an ISP driver library (KV_ISP_DRIVER=vendor) =="
+        stub=build/armhf-isp-stub/libkvia_stub.so
+        mkdir -p "$(dirname "$stub")"
+        arm-linux-gnueabihf-gcc -std=c99 -Wall -Wextra -Werror -O2 -fPIC -shared -Iplatform \
+            -o "$stub" tests/vendor/kvia_driver_stub.c
+        build build/armhf-vendor -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+            -DCMAKE_TOOLCHAIN_FILE=cmake/toolchain-armhf.cmake -DKV_BUILD_TESTS=OFF \
+            -DKV_ISP_DRIVER=vendor -DKV_ISP_VENDOR_LIBRARY="$PWD/$stub"
+        # The camera's library calls the driver and carries no simulated adapter.
+        lib=build/armhf-vendor/libsensorcontrol.so
+        if arm-linux-gnueabihf-nm -C -D --defined-only "$lib" | grep -E 'KviaSimulator|kvia_'; then
+            echo "the vendor build still defines the simulated ISP driver" >&2
+            exit 1
+        fi
+        arm-linux-gnueabihf-nm -D --undefined-only "$lib" | grep -qw kvia_ioctrl
+        echo "libsensorcontrol.so takes kvia_ioctrl from the driver library"
         ;;
     *)
         echo "unknown stage: $stage" >&2

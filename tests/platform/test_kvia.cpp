@@ -2,8 +2,11 @@
 // labels: threaded
 #include "platform/kvia.h"
 
+#include "platform/PlatformClock.h"
+
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <thread>
 #include <vector>
 
@@ -98,4 +101,68 @@ TEST_F(KviaTest, ConcurrentCallersLoseNoWrites) {
     EXPECT_EQ(KviaSimulator::writeLog().size(), size_t(kThreads * kWrites));
     for (int t = 0; t < kThreads; ++t)
         EXPECT_EQ(KviaSimulator::value(100 + t), kWrites - 1);
+}
+
+// Every call is logged with its direction, the word written or read back and
+// its result; setValue and the light measure are the test's, not calls.
+TEST_F(KviaTest, CallLogRecordsReadsWritesAndInjectedFailures) {
+    KviaSimulator::setLightMeasure(730);
+    KviaSimulator::failCode(50, 0x2002);
+    int v = 12;
+    kvia_ioctrl(5, KVIA_DIR_WRITE, &v);
+    kvia_ioctrl(KVIA_CODE_LIGHT_MEASURE, KVIA_DIR_READ, &v);
+    kvia_ioctrl(50, KVIA_DIR_WRITE, &v);
+    kvia_ioctrl(50, KVIA_DIR_READ, &v);
+    kvia_ioctrl(5, 7, &v); // refused before the adapter: not a call
+    const struct {
+        int code, direction, value, result;
+    } expected[] = {{5, KVIA_DIR_WRITE, 12, KVIA_OK},
+                    {KVIA_CODE_LIGHT_MEASURE, KVIA_DIR_READ, 730, KVIA_OK},
+                    {50, KVIA_DIR_WRITE, 730, 0x2002},
+                    {50, KVIA_DIR_READ, 0, 0x2002}};
+    const auto calls = KviaSimulator::callLog();
+    ASSERT_EQ(calls.size(), std::size(expected));
+    for (size_t i = 0; i < calls.size(); ++i) {
+        EXPECT_EQ(calls[i].code, expected[i].code) << i;
+        EXPECT_EQ(calls[i].direction, expected[i].direction) << i;
+        EXPECT_EQ(calls[i].value, expected[i].value) << i;
+        EXPECT_EQ(calls[i].result, expected[i].result) << i;
+    }
+    KviaSimulator::clearWriteLog();
+    EXPECT_TRUE(KviaSimulator::callLog().empty());
+}
+
+// The filter moves on each day/night write: the switching status reads 1
+// until the settle time has passed, then 0; a jammed filter never settles.
+TEST_F(KviaTest, IrCutStatusSettlesAfterADayNightWrite) {
+    const double scale = PlatformClock::timeScale();
+    PlatformClock::setTimeScale(0.01);
+    const auto status = [] {
+        int s = -1;
+        EXPECT_EQ(kvia_ioctrl(KVIA_CODE_IRCUT_STATUS, KVIA_DIR_READ, &s), KVIA_OK);
+        return s;
+    };
+    EXPECT_EQ(status(), 0) << "at rest before any switch";
+    // Device seconds until the status reads 0 after a night write (-1: not within 30).
+    const auto settleTime = [&] {
+        int night = 2;
+        EXPECT_EQ(kvia_ioctrl(KVIA_CODE_DAYNIGHT, KVIA_DIR_WRITE, &night), KVIA_OK);
+        const double start = PlatformClock::monotonicSeconds();
+        EXPECT_EQ(status(), 1) << "moving right after the write";
+        while (PlatformClock::monotonicSeconds() - start < 30.0) {
+            if (status() == 0)
+                return PlatformClock::monotonicSeconds() - start;
+            PlatformClock::sleepFor(PlatformClock::Duration(0.5));
+        }
+        return -1.0;
+    };
+    // Ten device seconds (0.1 s real): long enough to read the moving filter
+    // on a loaded machine.
+    KviaSimulator::setIrCutSettleTime(10.0);
+    const double took = settleTime();
+    EXPECT_GE(took, 10.0);
+    EXPECT_LT(took, 30.0);
+    KviaSimulator::setIrCutSettleTime(-1.0);
+    EXPECT_EQ(settleTime(), -1.0);
+    PlatformClock::setTimeScale(scale);
 }
