@@ -21,14 +21,15 @@
  *
  * Codes the library uses, with their direction:
  *   35   module gain handed to the 2A library            write (VISCA modules)
- *   49   day/night picture / AE link: 1 day, 2 night     write
- *   132  noise-reduction mode (1 auto, 2 manual, ...)    read, write
- *   133  automatic noise-reduction value                 read, write
- *   134  manual noise-reduction value 0..100            read, write
- *   177  IR-cut switching status: 0 settled              read
- *   178  GPIO output: group, pin, level (three words)    write
- *   241  ISP light measure                               read
+ *   49   day/night AE link: 1 day, 2 night               write (VISCA modules)
+ *   132  noise-reduction mode (1 auto, 2 manual, ...)    read, write (VISCA modules)
+ *   133  automatic noise-reduction value                 read, write (VISCA modules)
+ *   134  manual noise-reduction value 0..100            read, write (VISCA modules)
  *   337  last zoom position for the 2A library           write (CMD7400)
+ * A controller that drives the ISP directly adds its picture codes, and uses
+ * 49 as the day/night picture, 177 (IR-cut switching status, 0 when settled,
+ * read), 178 (GPIO output: group, pin, level, three words, write) and 241
+ * (the ISP's light measure, read); the simulated adapter already behaves so.
  */
 #ifndef KV_PLATFORM_KVIA_DRIVER_H
 #define KV_PLATFORM_KVIA_DRIVER_H

@@ -58,7 +58,7 @@ for stage in $stages; do
         stub=build/armhf-isp-stub/libkvia_stub.so
         mkdir -p "$(dirname "$stub")"
         arm-linux-gnueabihf-gcc -std=c99 -Wall -Wextra -Werror -O2 -fPIC -shared -Iplatform \
-            -o "$stub" tests/vendor/kvia_driver_stub.c
+            -Wl,-soname,libkvia_stub.so -o "$stub" tests/vendor/kvia_driver_stub.c
         build build/armhf-vendor -DCMAKE_BUILD_TYPE=RelWithDebInfo \
             -DCMAKE_TOOLCHAIN_FILE=cmake/toolchain-armhf.cmake -DKV_BUILD_TESTS=OFF \
             -DKV_ISP_DRIVER=vendor -DKV_ISP_VENDOR_LIBRARY="$PWD/$stub"
@@ -68,7 +68,8 @@ for stage in $stages; do
             echo "the vendor build still defines the simulated ISP driver" >&2
             exit 1
         fi
-        arm-linux-gnueabihf-nm -D --undefined-only "$lib" | grep -qw kvia_ioctrl
+        # (grep reads all of nm's output: an early exit would fail the pipe)
+        arm-linux-gnueabihf-nm -D --undefined-only "$lib" | grep -w kvia_ioctrl >/dev/null
         echo "libsensorcontrol.so takes kvia_ioctrl from the driver library"
         ;;
     *)

@@ -125,9 +125,9 @@ int CMD8300SenseController::openUART() {
 }
 
 int CMD8300SenseController::closeUART() {
-    if (m_pUART.get() == nullptr || m_nUARTPort < 0)
-        return 1;
     KVMutexLocker lock(m_mutex, "CMD8300SenseController.cpp", __LINE__);
+    if (!m_objVisca.isOpen())
+        return 1;
     const int result = m_pUART->close(m_nUARTPort);
     m_nUARTPort = -1;
     return result;
@@ -140,8 +140,7 @@ int CMD8300SenseController::setCameraOsdOff() {
 // The module takes the notice without answering.
 int CMD8300SenseController::NotifySensorInitComplate() {
     const char frame[] = {'\x81', '\x09', '\x04', '\x22', '\xFF'};
-    const int sent =
-        m_pUART.get() != nullptr && m_nUARTPort >= 0 ? m_objVisca.sendPlain(frame, 5) : -1;
+    const int sent = m_objVisca.isOpen() ? m_objVisca.sendPlain(frame, 5) : -1;
     if (sent != 5) {
         ErrorPrintf("send @NotifySensorInitComplate failed,nRet=%d", sent);
         KovantTime::wait(KovantTime(1, 0));
@@ -179,14 +178,14 @@ int CMD8300SenseController::updateSensorVideoSystem(int videoSystem, VideoResolu
 // ---- VISCA exchanges -------------------------------------------------------------
 
 int CMD8300SenseController::setParameterValue(const char* frame, int length) {
-    if (m_pUART.get() == nullptr || m_nUARTPort < 0)
+    if (!m_objVisca.isOpen())
         return 0;
     return m_objVisca.command(frame, length, "setParameterValue");
 }
 
 int CMD8300SenseController::getParameterValue(const char* frame, int length, char* reply,
                                               int replyLength) {
-    if (m_pUART.get() == nullptr || m_nUARTPort < 0)
+    if (!m_objVisca.isOpen())
         return 0;
     return m_objVisca.inquiry(frame, length, reply, replyLength, "getParameterValue");
 }

@@ -246,7 +246,7 @@ int ViscaTransport::vendorFrame(char* out, std::initializer_list<int> body) {
 }
 
 int ViscaTransport::sendRestart(const char* frame, int len) {
-    if (m_uart.get() == nullptr || m_nPort < 0 || sendPlain(frame, len) != len) {
+    if (!isOpen() || sendPlain(frame, len) != len) {
         KovantTime::wait(KovantTime(1, 0));
         return 0;
     }

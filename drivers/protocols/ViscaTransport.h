@@ -47,6 +47,8 @@ public:
     // the line; on failure logs "open uart (<device>) failed" or the
     // port-settings message, leaves no port open and returns 0.
     int openPort(const std::string& device, int baud, int dataBits, int stopBits, int parity);
+    // A UART is set and a port is open.
+    bool isOpen() const { return m_uart.get() != nullptr && m_nPort >= 0; }
 
     // Reads one reply: skips bytes until a 0x90, then collects up to and
     // including the closing 0xFF. Each byte is read with `timeout`. Returns the
