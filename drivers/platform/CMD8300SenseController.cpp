@@ -89,8 +89,8 @@ int CMD8300SenseController::initController(int, ModuleConfigure const& config) {
         ErrorPrintf("parse senseParameter failed");
         return 0;
     }
-    m_objSettings.readDCValue(params, "DCDay", m_strDCDay, m_nDCDay);
-    m_objSettings.readDCValue(params, "DCNight", m_strDCNight, m_nDCNight);
+    m_objSettings.readDCValue(params, "DCDay", m_nDCDay);
+    m_objSettings.readDCValue(params, "DCNight", m_nDCNight);
 
     if (openUART() == 0)
         return 0;

@@ -101,8 +101,6 @@ protected:
     int m_nParity = 0;
     int m_nStopBits = 1;
     int m_nIsInfrared = 0;
-    std::string m_strDCDay;
-    std::string m_strDCNight;
     int m_nDCDay[2] = {1, 3};
     int m_nDCNight[2] = {1, 3};
 };

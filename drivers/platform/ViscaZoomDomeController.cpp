@@ -187,8 +187,8 @@ int ViscaZoomDomeController::initController(int, ModuleConfigure const& config) 
     else if (m_objSettings.sendDCFrame(ViscaCameraSettings::kStartupDC) == 0)
         ErrorPrintf("DCDay/DCNight on Failed.");
 
-    m_objSettings.readDCValue(params, "DCDay", m_strDCDay, m_nDCDay);
-    m_objSettings.readDCValue(params, "DCNight", m_strDCNight, m_nDCNight);
+    m_objSettings.readDCValue(params, "DCDay", m_nDCDay);
+    m_objSettings.readDCValue(params, "DCNight", m_nDCNight);
     int toDay = 0, toNight = 0;
     m_objIr.getThresholds(toDay, toNight);
     if (params.getValue("toDayADCVal", toDay) == 0)

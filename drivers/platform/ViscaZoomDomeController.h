@@ -147,8 +147,6 @@ protected:
 
     const ViscaZoomDomeProfile m_profile;
     ViscaCameraSettings m_objSettings;
-    std::string m_strDCDay;
-    std::string m_strDCNight;
     // The DC bytes (a, b) sent at each switch; 1,3 is what start-up sets.
     int m_nDCDay[2] = {1, 3};
     int m_nDCNight[2] = {1, 3};

@@ -63,17 +63,15 @@ public:
     int getMirrorValue(int& value);
     int getStillImageValue(int& value);
     void setGeneration(int generation) { m_nGeneration = generation; }
-    ViscaRounding rounding() const { return m_options.rounding; }
 
     // ---- module services --------------------------------------------------------
     // Sends "81 01" + bytes + FF through the owner's acknowledged send.
     int command(std::initializer_list<int> bytes);
     // Sends the DC frame 81 01 04 A7 00 a b 00 FF.
     int sendDCFrame(const int dc[2]);
-    // Reads the DC key of the module record ("a,b", each 0..254) into `dc`
-    // and `text`; a missing or refused value leaves the start-up setting 1,3.
-    void readDCValue(const ModuleParameterParser& params, const char* key, std::string& text,
-                     int dc[2]);
+    // Reads the DC key of the module record ("a,b", each 0..254) into `dc`;
+    // a missing or refused value leaves the start-up setting 1,3.
+    void readDCValue(const ModuleParameterParser& params, const char* key, int dc[2]);
     // The video-format register 24 72: 1 when it already holds `value`
     // ("Video system not change!"), 2 when `value` was written and the module
     // must restart to take it, 0 on failure.

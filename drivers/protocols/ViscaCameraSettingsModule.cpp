@@ -45,7 +45,7 @@ int ViscaCameraSettings::sendDCFrame(const int dc[2]) {
 }
 
 void ViscaCameraSettings::readDCValue(const ModuleParameterParser& params, const char* key,
-                                      std::string& text, int dc[2]) {
+                                      int dc[2]) {
     dc[0] = kStartupDC[0];
     dc[1] = kStartupDC[1];
     std::string value;
@@ -61,7 +61,6 @@ void ViscaCameraSettings::readDCValue(const ModuleParameterParser& params, const
                             value.c_str(), dc[0], dc[1]);
         return;
     }
-    text = value;
     dc[0] = pair[0];
     dc[1] = pair[1];
 }
