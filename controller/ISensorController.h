@@ -240,7 +240,8 @@ protected:
 
     int m_nSensorType;
     KVMutex m_mutex;
-    int m_SensorStatus = NotInited;
+    // Read by the workers and by callers of any thread.
+    std::atomic<int> m_SensorStatus{NotInited};
     int m_nConfigStatus = 1;
     int m_nConfigVersion = 0;
     int m_nConfigVersion2 = 0;

@@ -35,8 +35,15 @@ public:
     void setStatus(int status) { m_SensorStatus = status; }
     void setPort(int port) { m_nUARTPort = port; }
     void setGeneration(int generation) { m_objSettings.setGeneration(generation); }
-    void setDNState(int state) { m_nDNState = state; }
-    int lastDNMode() const { return m_nLastDayNightMode; }
+    // The day/night worker reads these: take its lock as the base does.
+    void setDNState(int state) {
+        KVMutexLocker lock(m_DNMutex, __FILE__, __LINE__);
+        m_nDNState = state;
+    }
+    int lastDNMode() {
+        KVMutexLocker lock(m_DNMutex, __FILE__, __LINE__);
+        return m_nLastDayNightMode;
+    }
     KVMutex& controllerLock() { return m_mutex; }
     int dnSource() const { return m_nDNSource; }
     int ntoD() const { return m_objSettings.ntoDSensitivity(); }
