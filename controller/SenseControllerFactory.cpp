@@ -3,6 +3,7 @@
 
 #include "controller/NullSenseController.h"
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
+#include "drivers/platform/AmbaS2SenseController.h"
 #include "drivers/platform/CMD7400SenseController.h"
 #include "drivers/platform/CMD8300SenseController.h"
 #include "platform/GlobalEnv.h"
@@ -16,8 +17,7 @@ ISensorController* build() {
     return new Driver();
 }
 
-// One module id the factory knows. `build` is null while the id's driver is
-// not part of the library; such an id falls back to the null controller.
+// One module id the factory knows; any other id gets the null controller.
 // `announcement` is printed (when the print flag is on) as the driver is built.
 struct DriverEntry {
     int moduleId;
@@ -29,7 +29,7 @@ struct DriverEntry {
 // straight into a SafePointer, which owns and deletes it.
 const DriverEntry kDrivers[] = {
     {25, &build<CMD8300SenseController>, nullptr},
-    {80, nullptr, nullptr}, // AmbaS2SenseController
+    {80, &build<AmbaS2SenseController>, nullptr},
     {82, &build<AmbaS2FBS8300SenseController>, "new AmbaS2_Dome AmbaS2FBS8300!"},
     {83, &build<CMD7400SenseController>, "new AmbaS2_Dome CMD7400!"},
 };
@@ -38,7 +38,7 @@ const DriverEntry kDrivers[] = {
 
 SafePointer<ISensorController> SenseControllerFactory::create(int moduleId) {
     for (const DriverEntry& entry : kDrivers) {
-        if (entry.moduleId != moduleId || entry.build == nullptr)
+        if (entry.moduleId != moduleId)
             continue;
         if (entry.announcement != nullptr && GlobalEnv::getInstance()->getPrintFlag() != 0)
             std::puts(entry.announcement);

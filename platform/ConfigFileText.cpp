@@ -59,6 +59,21 @@ int parseDecimalInt(const std::string& text, int& value) {
     return 1;
 }
 
+int parseDecimalIntList(const std::string& text, int* values, int count) {
+    std::string::size_type begin = 0;
+    for (int i = 0; i < count; ++i) {
+        const std::string::size_type comma = text.find(',', begin);
+        const bool last = i == count - 1;
+        if (last != (comma == std::string::npos))
+            return 0;
+        const std::string field = text.substr(begin, last ? std::string::npos : comma - begin);
+        if (parseDecimalInt(trimBlanks(field), values[i]) == 0)
+            return 0;
+        begin = comma + 1;
+    }
+    return 1;
+}
+
 std::string trimBlanks(const std::string& text) {
     std::string::size_type begin = 0;
     std::string::size_type end = text.size();

@@ -25,6 +25,11 @@ int readWholeFile(const std::string& path, std::string& text, std::string& error
 // `value` is untouched on failure.
 int parseDecimalInt(const std::string& text, int& value);
 
+// Exactly `count` strict decimal integers separated by commas (blanks around
+// each allowed), nothing before or after: "9600,8,0,1xyz" is not four
+// numbers. `values` may be partly written on failure.
+int parseDecimalIntList(const std::string& text, int* values, int count);
+
 // True for the blanks the text formats tolerate: space, tab, CR, LF.
 inline bool isBlank(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';

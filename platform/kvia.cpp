@@ -5,6 +5,7 @@
 
 #include <map>
 #include <mutex>
+#include <utility>
 
 namespace {
 
@@ -24,6 +25,17 @@ Adapter& adapter() {
     static Adapter a;
     return a;
 }
+
+// What the ISP's picture words hold after power-up, as the on-chip ISP
+// controller reads them for a unit's first factory file: mid-scale
+// strengths, automatic modes, day-to-night at 60 and night-to-day at 30 of
+// the light measure, and a bright scene (20).
+const std::pair<int, int32_t> kPowerUpValues[] = {
+    {1, 50},   {2, 50},  {3, 50},   {4, 50},   {17, 0},   {18, 12}, {19, 6},   {33, 0},   {34, 60},
+    {35, 0},   {50, 60}, {51, 30},  {65, 0},   {66, 50},  {67, 0},  {81, 0},   {82, 50},  {97, 0},
+    {113, 0},  {114, 0}, {129, 0},  {130, 50}, {131, 50}, {132, 0}, {133, 50}, {134, 50}, {209, 0},
+    {210, 50}, {225, 0}, {241, 20}, {273, 2},  {276, 2},  {305, 0}, {306, 50}, {322, 0},
+};
 
 bool validCode(int code) {
     return code >= 0 && code <= KVIA_MAX_CODE;
@@ -162,6 +174,11 @@ void KviaSimulator::reset() {
     a.settledAt = 0.0;
     a.preinitError = 0;
     a.preinitCount = 0;
+}
+
+void KviaSimulator::loadPowerUpValues() {
+    for (const auto& value : kPowerUpValues)
+        setValue(value.first, value.second);
 }
 
 int KviaSimulator::wordCount(int code) {

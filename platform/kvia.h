@@ -71,6 +71,10 @@ public:
     static int32_t value(int code);
     static std::vector<int32_t> words(int code);
 
+    // Gives the picture words of the on-chip ISP controller the values the
+    // ISP has after power-up (codes never written otherwise read 0).
+    static void loadPowerUpValues();
+
     // Forgets values, failures, the logs, the settle time and the
     // pre-initialisation count.
     static void reset();

@@ -26,10 +26,23 @@
  *   133  automatic noise-reduction value                 read, write (VISCA modules)
  *   134  manual noise-reduction value 0..100            read, write (VISCA modules)
  *   337  last zoom position for the 2A library           write (CMD7400)
- * A controller that drives the ISP directly adds its picture codes, and uses
- * 49 as the day/night picture, 177 (IR-cut switching status, 0 when settled,
- * read), 178 (GPIO output: group, pin, level, three words, write) and 241
- * (the ISP's light measure, read); the simulated adapter already behaves so.
+ * The ISP controller (module 80) drives the picture directly, one word each:
+ *   1 brightness, 2 saturation, 3 sharpness, 4 contrast,
+ *   17 shutter mode, 18 max shutter, 19 fixed shutter, 20 video system
+ *   (1 for system 0, 0 for system 1), 33 gain mode, 34 max gain, 35 fixed gain,
+ *   50 day-to-night and 51 night-to-day threshold, 65 iris mode, 66 iris
+ *   speed, 67 indoor/outdoor, 81 WDR mode, 82 WDR strength, 97 metering,
+ *   113 mirror, 114 be-away mode, 129..131 and 132..134 2D and 3D noise
+ *   reduction (mode, max, fixed), 193 smart infrared mode, 194 infrared
+ *   manual value, 209 HLC mode, 210 HLC strength, 225 BLC mode,
+ *   273 zoom move interval, 276 focus move interval, 305 defog,
+ *   306 defog strength, 322 anti-shake                 read, write
+ *   274 zoom move, 277 focus move (1..6: fast/slow, directions, auto
+ *   focus, 5 reset)                                      write
+ *   49 day/night picture (1 day, 2 night)                write
+ *   177 IR-cut switching status, 0 when settled          read
+ *   178 GPIO output: group, pin, level (three words)     write
+ *   241 the ISP's light measure (grows as it darkens)    read
  */
 #ifndef KV_PLATFORM_KVIA_DRIVER_H
 #define KV_PLATFORM_KVIA_DRIVER_H

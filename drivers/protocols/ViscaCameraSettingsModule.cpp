@@ -19,23 +19,6 @@ int byteAt(const char* data, int index) {
     return static_cast<uint8_t>(data[index]);
 }
 
-// Exactly `count` decimal integers separated by commas (blanks around each
-// allowed), nothing before or after: "9600,8,0,1xyz" is not four numbers.
-bool parseIntList(const std::string& text, int* values, int count) {
-    std::string::size_type begin = 0;
-    for (int i = 0; i < count; ++i) {
-        const std::string::size_type comma = text.find(',', begin);
-        const bool last = i == count - 1;
-        if (last != (comma == std::string::npos))
-            return false;
-        const std::string field = text.substr(begin, last ? std::string::npos : comma - begin);
-        if (kvconfig::parseDecimalInt(kvconfig::trimBlanks(field), values[i]) == 0)
-            return false;
-        begin = comma + 1;
-    }
-    return true;
-}
-
 } // namespace
 
 const int ViscaCameraSettings::kStartupDC[2] = {0x01, 0x03};
@@ -55,8 +38,8 @@ void ViscaCameraSettings::readDCValue(const ModuleParameterParser& params, const
     }
     // Both bytes go into the frame as they are: 0xFF would end it early.
     int pair[2] = {};
-    if (!parseIntList(value, pair, 2) || pair[0] < 0 || pair[0] > 0xFE || pair[1] < 0 ||
-        pair[1] > 0xFE) {
+    if (!kvconfig::parseDecimalIntList(value, pair, 2) || pair[0] < 0 || pair[0] > 0xFE ||
+        pair[1] < 0 || pair[1] > 0xFE) {
         m_owner.ErrorPrintf("%s(%s) refused: two values 0..254 \"a,b\" expected; %d,%d kept", key,
                             value.c_str(), dc[0], dc[1]);
         return;
@@ -108,7 +91,7 @@ bool ViscaCameraSettings::parseSerialSettings(const std::string& text, int field
         return false;
     }
     // Taken only as exactly four numbers: "9600,8,0,1xyz" is refused.
-    if (!parseIntList(text, fields, 4)) {
+    if (!kvconfig::parseDecimalIntList(text, fields, 4)) {
         m_owner.ErrorPrintf("parse RS485 param failed: (%s) is not \"%%d,%%d,%%d,%%d\"",
                             text.c_str());
         return false;
