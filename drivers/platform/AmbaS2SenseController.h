@@ -103,7 +103,8 @@ protected:
     int m_nInfraredDTNThreshold = 70;
     int m_nInfraredNTDThreshold = 30;
     int m_nLightSensorState = 1;
-    int m_nSmartInfraredMode = 0;
+    // Automatic until set: 0 is kept but never reaches the ISP.
+    int m_nSmartInfraredMode = 1;
     int m_nInfraredManualValue = 0;
     int m_nFocusMoveInterval = 0;
 };

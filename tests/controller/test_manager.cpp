@@ -3,6 +3,7 @@
 #include "controller/SenseControllerFactory.h"
 #include "controller/SensorControllerManager.h"
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
+#include "drivers/platform/AmbaS2SenseController.h"
 #include "drivers/platform/CMD7400SenseController.h"
 #include "drivers/platform/CMD8300SenseController.h"
 #include "platform/GlobalEnv.h"
@@ -129,11 +130,10 @@ TEST_F(ManagerTest, InitAgainReplacesTheControllerWhileCopiesStayValid) {
 }
 
 TEST(SenseControllerFactory, EveryIdGivesAController) {
-    // Ids whose driver is not in the library yet (80 AmbaS2) still get the
-    // null controller. Update this test as each driver arrives.
+    // Ids the factory does not know get the null controller.
     kvtest::TestRoot root;
     PrintFlag on(1);
-    for (int id : {80, 0, 7, -1, INT_MIN, INT_MAX}) {
+    for (int id : {0, 7, 81, -1, INT_MIN, INT_MAX}) {
         SafePointer<ISensorController> controller = SenseControllerFactory::create(id);
         EXPECT_EQ(controller->getSensorType(), 0) << id;
         EXPECT_NE(dynamic_cast<NullSenseController*>(controller.get()), nullptr) << id;
@@ -154,9 +154,11 @@ TEST(SenseControllerFactory, BuildsTheVendorModulesAndAnnouncesTheDomes) {
          }},
         {83, "new AmbaS2_Dome CMD7400!",
          [](ISensorController* c) { return dynamic_cast<CMD7400SenseController*>(c) != nullptr; }},
-        // The fixed-lens module is built without a word.
+        // The fixed-lens module and the ISP are built without a word.
         {25, nullptr,
          [](ISensorController* c) { return dynamic_cast<CMD8300SenseController*>(c) != nullptr; }},
+        {80, nullptr,
+         [](ISensorController* c) { return dynamic_cast<AmbaS2SenseController*>(c) != nullptr; }},
     };
     for (const Dome& dome : domes) {
         for (int flag : {1, 0}) {

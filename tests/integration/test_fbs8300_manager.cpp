@@ -19,17 +19,7 @@ const std::string kScheme1 = kConfigDir + "sensor1.cfg";
 const std::string kFactory = kConfigDir + "sensor_Factory.cfg";
 
 using kvtest::contains;
-
-// Polls `done` every 2 ms, for at most `realSeconds` of real time.
-bool waitUntil(const std::function<bool()>& done, double realSeconds = 10.0) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(realSeconds);
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
+using kvtest::waitUntil;
 
 const std::vector<std::string> kDayFrames = {"81 01 04 51 03 FF", "81 01 04 01 03 FF",
                                              "81 01 04 A7 00 01 03 00 FF"};

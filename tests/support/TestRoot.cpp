@@ -4,12 +4,14 @@
 #include "platform/KVRoot.h"
 #include "platform/PlatformClock.h"
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -83,6 +85,16 @@ std::string StdoutCapture::text() {
         std::remove(m_strFile.c_str());
     }
     return m_strText;
+}
+
+bool waitUntil(const std::function<bool()>& done, double realSeconds) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(realSeconds);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
 }
 
 } // namespace kvtest

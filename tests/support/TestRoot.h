@@ -1,9 +1,18 @@
 // Test fixture support: a fresh filesystem root and a fast platform clock.
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace kvtest {
+
+inline bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+// Polls `done` every 2 ms, for at most `realSeconds` of real time; true once
+// it holds. For what a worker thread brings about.
+bool waitUntil(const std::function<bool()>& done, double realSeconds = 10.0);
 
 // Creates a temporary directory, makes it the platform root and scales the
 // clock (1 device second = `scale` real seconds). Restores both on destruction

@@ -17,10 +17,6 @@
 
 namespace kvtest {
 
-inline bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
-
 // The driver with the protected state the tests read or preset opened up.
 class Fbs8300Driver : public AmbaS2FBS8300SenseController {
 public:
