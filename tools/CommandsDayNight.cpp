@@ -236,7 +236,7 @@ bool Commands::cmdLight(const std::vector<std::string>& words, std::string& out)
         return false;
     }
     if (!m_session.setLightMeasure(measure)) {
-        out = "the ISP is a real device (--real-devices)";
+        out = "the ISP is a real device (--real-devices, or a camera build)";
         return false;
     }
     return true;
