@@ -102,6 +102,8 @@ bool Commands::dispatch(const std::vector<std::string>& words, std::string& out)
         return cmdWait(words, out);
     if (name == "adc")
         return cmdAdc(words, out);
+    if (name == "light")
+        return cmdLight(words, out);
     static const char* const kKnown[] = {"set",         "get",      "dump",    "flush", "reset",
                                          "reset-last",  "daynight", "dnstate", "leds",  "scheme",
                                          "scheme-mode", "zoom",     "focus"};

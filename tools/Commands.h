@@ -15,7 +15,8 @@
 // is "init"). Commands run on a helper thread so that a wait longer than two
 // seconds can show a progress line; every library call is itself bounded.
 // Commands.cpp holds the dispatch, parameters, schemes and lens;
-// CommandsDayNight.cpp the day/night, LED and light-sensor commands.
+// CommandsDayNight.cpp the day/night, LED, light-sensor and light-measure
+// commands.
 class Commands {
 public:
     Commands(Session& session, Console& console, bool verbose);
@@ -40,6 +41,7 @@ private:
     bool cmdDnState(std::string& out);
     bool cmdLeds(std::string& out);
     bool cmdAdc(const std::vector<std::string>& words, std::string& out);
+    bool cmdLight(const std::vector<std::string>& words, std::string& out);
     bool cmdScheme(const std::vector<std::string>& words, bool mode, std::string& out);
     bool cmdLens(const std::vector<std::string>& words, bool zoom, std::string& out);
     bool cmdIds(std::string& out);

@@ -1,5 +1,7 @@
-// The day/night and IR LED commands of sensorctl's interpreter.
+// The day/night, IR LED and light commands of sensorctl's interpreter.
+#include "drivers/platform/AmbaS2SenseController.h"
 #include "drivers/platform/ViscaZoomDomeController.h"
+#include "platform/kvia.h"
 #include "tools/Commands.h"
 
 #include <cstdio>
@@ -38,6 +40,78 @@ int baseModeOfFbs8300(int mode) {
     }
 }
 
+// Id of the stored day/night mode: the ISP's own, the VISCA modules' 22.
+constexpr int kIspDayNightModeId = 11;
+
+std::string valueText(bool known, int value) {
+    return known ? std::to_string(value) : std::string("none");
+}
+
+// Why a mode other than auto or module is in the state it is ("" for those two).
+std::string modeWhy(ISensorController& ctl, int mode) {
+    if (mode == 1 || mode == 2)
+        return "forced by the " + modeName(mode) + " mode";
+    if (mode != 3)
+        return "";
+    int h1 = 0, m1 = 0, h2 = 0, m2 = 0;
+    ctl.getDTNTime_H(h1);
+    ctl.getDTNTime_M(m1);
+    ctl.getNTDTime_H(h2);
+    ctl.getNTDTime_M(m2);
+    char text[64];
+    std::snprintf(text, sizeof text, "by time: night from %02d:%02d, day from %02d:%02d", h1, m1,
+                  h2, m2);
+    return text;
+}
+
+// Which of the ISP's thresholds decides. Without the IR lamp `light` is the
+// ISP's light measure, which grows as the scene darkens; with the lamp it is
+// the light sensor's percent of full scale, held against the infrared
+// thresholds counted from the bright end.
+std::string ispThresholdWhy(bool lamp, int light, int dtn, int ntd) {
+    const std::string d = std::to_string(dtn);
+    const std::string n = std::to_string(ntd);
+    if (lamp) {
+        const std::string text = "light " + std::to_string(light) + "%";
+        if (light >= 100 - ntd)
+            return text + " >= 100 - infrared night-to-day " + n;
+        if (light <= 100 - dtn)
+            return text + " <= 100 - infrared day-to-night " + d;
+        return text + " between 100 - " + d + " and 100 - " + n + ": state kept";
+    }
+    const std::string text = "measure " + std::to_string(light);
+    if (light >= dtn)
+        return text + " >= day-to-night " + d;
+    if (light <= ntd)
+        return text + " <= night-to-day " + n;
+    return text + " between night-to-day " + n + " and day-to-night " + d + ": state kept";
+}
+
+// The on-chip ISP's light inputs and the thresholds in force (ids 12/13 as
+// ISP words without the IR lamp, 32/33 with it), as " source=..." fields;
+// `why`, when still empty, says which threshold decides.
+std::string ispLight(Session& session, AmbaS2SenseController& isp, std::string& why) {
+    std::string text;
+    const bool lamp = configValue(session.module().getDetail(), "GPIOInfraredLight", text);
+    int measure = 0;
+    int reading = 0;
+    int dtn = 0;
+    int ntd = 0;
+    const bool haveMeasure = session.ispWord(KVIA_CODE_LIGHT_MEASURE, measure);
+    const bool haveReading = lamp && isp.getADCValue(reading) != 0;
+    const bool haveThresholds =
+        isp.getInfraredDTNThreshold(dtn) != 0 && isp.getInfraredNTDThreshold(ntd) != 0;
+    const int percent = static_cast<int>(100 * reading / AmbaS2SenseController::kAdcFullScale);
+    if (why.empty() && haveThresholds && (lamp ? haveReading : haveMeasure))
+        why = ispThresholdWhy(lamp, lamp ? percent : measure, dtn, ntd);
+    if (why.empty())
+        why = lamp ? "the light sensor decides" : "the ISP's light measure decides";
+    return std::string(" source=") + (lamp ? "light-sensor" : "isp") +
+           " reading=" + valueText(haveReading, reading) +
+           " measure=" + valueText(haveMeasure, measure) +
+           " dtn=" + valueText(haveThresholds, dtn) + " ntd=" + valueText(haveThresholds, ntd);
+}
+
 } // namespace
 
 bool Commands::cmdDayNight(const std::vector<std::string>& words, std::string& out) {
@@ -74,37 +148,34 @@ bool Commands::cmdDayNight(const std::vector<std::string>& words, std::string& o
 
 bool Commands::cmdDnState(std::string& out) {
     SafePointer<ISensorController> ctl = m_session.controller();
+    auto* dome = dynamic_cast<ViscaZoomDomeController*>(ctl.get());
+    auto* isp = dynamic_cast<AmbaS2SenseController*>(ctl.get());
     int mode = m_nDayNightMode;
     int stored = 0;
-    if (mode < 0 && ctl->getParameter(22, stored) != 0) {
-        mode = dynamic_cast<ViscaZoomDomeController*>(ctl.get()) != nullptr
-                   ? baseModeOfFbs8300(stored)
-                   : stored;
-    }
+    if (mode < 0 && ctl->getParameter(isp != nullptr ? kIspDayNightModeId : 22, stored) != 0)
+        mode = dome != nullptr ? baseModeOfFbs8300(stored) : stored;
     int state = -1;
-    ctl->getDayNightState(state);
+    int picture = 0;
+    // The ISP's controller does not report its state: the day/night picture
+    // word it last wrote (1 day, 2 night) does.
+    if (ctl->getDayNightState(state) == 0 && isp != nullptr &&
+        m_session.ispWord(KVIA_CODE_DAYNIGHT, picture))
+        state = picture == 1 ? 1 : picture == 2 ? 0 : -1;
+    std::string why = modeWhy(*ctl, mode);
+    out = "mode=" + modeName(mode) + " state=" + stateName(state);
+    if (isp != nullptr) {
+        out += ispLight(m_session, *isp, why) + " why=\"" + why + "\"";
+        return true;
+    }
     const bool sensor = m_session.hasLightSensor();
-    out = "mode=" + modeName(mode) + " state=" + stateName(state) +
-          " source=" + (sensor ? "light-sensor" : "module");
+    out += std::string(" source=") + (sensor ? "light-sensor" : "module");
     int reading = -1;
-    auto* dome = dynamic_cast<ViscaZoomDomeController*>(ctl.get());
     const bool haveReading = dome != nullptr && sensor && dome->getADCVal(reading) != 0;
-    out += " reading=" + (haveReading ? std::to_string(reading) : std::string("none"));
+    out += " reading=" + valueText(haveReading, reading);
     const int toDay = m_session.moduleParameter("toDayADCVal", 600);
     const int toNight = m_session.moduleParameter("toNightADCVal", 400);
-    std::string why;
-    if (mode == 1 || mode == 2) {
-        why = "forced by the " + modeName(mode) + " mode";
-    } else if (mode == 3) {
-        int h1 = 0, m1 = 0, h2 = 0, m2 = 0;
-        ctl->getDTNTime_H(h1);
-        ctl->getDTNTime_M(m1);
-        ctl->getNTDTime_H(h2);
-        ctl->getNTDTime_M(m2);
-        char text[64];
-        std::snprintf(text, sizeof text, "by time: night from %02d:%02d, day from %02d:%02d", h1,
-                      m1, h2, m2);
-        why = text;
+    if (!why.empty()) {
+        // the mode decides
     } else if (haveReading && reading >= toDay) {
         why = "reading " + std::to_string(reading) + " >= to-day " + std::to_string(toDay);
     } else if (haveReading && reading <= toNight) {
@@ -155,5 +226,18 @@ bool Commands::cmdAdc(const std::vector<std::string>& words, std::string& out) {
         return false;
     }
     m_session.adc()->setValue(value);
+    return true;
+}
+
+bool Commands::cmdLight(const std::vector<std::string>& words, std::string& out) {
+    int measure = 0;
+    if (words.size() != 2 || !parseInt(words[1], measure)) {
+        out = "usage: light MEASURE (an integer; it grows as the scene darkens)";
+        return false;
+    }
+    if (!m_session.setLightMeasure(measure)) {
+        out = "the ISP is a real device (--real-devices, or a camera build)";
+        return false;
+    }
     return true;
 }

@@ -20,6 +20,7 @@ const char* const kFooter =
   dnstate                day/night mode, state in force, source, light reading and why
   leds                   duty of the near, middle and far IR LED outputs
   adc VALUE              set the simulated light-sensor reading
+  light MEASURE          set the simulated ISP's light measure (grows as it darkens; module 80)
   scheme [N]             switch to (or show) parameter scheme N
   scheme-mode [M]        0 manual, 1 by time (or show it)
   zoom in|out|stop|get [SPEED]    focus near|far|stop|get [SPEED]
@@ -31,11 +32,14 @@ Each command prints one result line: "ok", the values, or "error: " and the reas
 failed, 2 bad arguments.
 
 On a host without the camera's PWM/ADC devices and ISP driver, sensorctl uses simulated ones; --real-devices uses the OS devices.
---simulate runs the module simulator on a pseudo-terminal; without --root it works in a
-temporary directory, which is removed at the end.
+--simulate runs the module simulator on a pseudo-terminal; module 80 (the on-chip ISP) has no
+serial line and needs none: the simulated ISP driver, starting from its power-up values, stands
+in for it, with or without --simulate. Without --root, --simulate works in a temporary
+directory, which is removed at the end.
 
 Examples:
   sensorctl --simulate --time-scale 0.01 -- set saturation=60 -- get saturation
+  sensorctl --module 80 --simulate --time-scale 0.01 -- light 80 -- wait 7 -- dnstate
   printf 'dump\ndnstate\n' | sensorctl --root /tmp/unit --device /dev/ttyUSB0)";
 
 bool parseResolution(const std::string& text, int& width, int& height) {
@@ -79,7 +83,8 @@ ParseResult parseOptions(int argc, char** argv, Options& options) {
         ->check(CLI::Range(0, 1));
     app.add_option("--resolution", resolution, "video resolution WxH (default 1920x1080)");
     app.add_flag("--simulate", options.simulate,
-                 "run the built-in simulator of the module on a pty and use it");
+                 "run the built-in simulator of the module on a pty and use it (module 80: "
+                 "no pty, the simulated ISP driver)");
     app.add_option("--time-scale", options.timeScale,
                    "scale the platform clock (0.01: a 20 s restart takes 0.2 s)")
         ->check(CLI::Range(1e-6, 1000.0));

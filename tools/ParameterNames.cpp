@@ -2,6 +2,7 @@
 #include "tools/ParameterNames.h"
 
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
+#include "drivers/platform/AmbaS2SenseController.h"
 #include "drivers/platform/CMD7400SenseController.h"
 #include "drivers/platform/CMD8300SenseController.h"
 #include "drivers/protocols/ViscaSettings.h"
@@ -74,6 +75,67 @@ const Row kViscaRows[] = {
 const Row kBaseDayNightRow = {22, "daynight_mode", 0,
                               3,  "common",        "0 auto, 1 day, 2 night, 3 time"};
 
+// The on-chip ISP (module 80): each id one ISP word, with the base's
+// day/night ids (11, 28..31, 34) among them; 43..53 move the lens (set-only).
+// Ids 12/13 are the light-measure thresholds without the IR lamp, 32/33 the
+// light sensor's with it. "not checked": the driver writes any value.
+const Row kIspRows[] = {
+    {1, "brightness", 0, 100, "common", ""},
+    {2, "saturation", 0, 100, "common", ""},
+    {3, "contrast", 0, 100, "common", ""},
+    {4, "sharpness", 0, 100, "common", ""},
+    {5, "shutter_mode", 0, 1, "common", ""},
+    {6, "max_shutter", 0, 21, "common", ""},
+    {7, "fixed_shutter", 0, 21, "common", ""},
+    {8, "gain_mode", 0, 1, "common", ""},
+    {9, "max_gain", 0, 100, "common", ""},
+    {10, "fixed_gain", 0, 100, "common", ""},
+    {11, "daynight_mode", 0, 4, "common", "0 auto, 1 day, 2 night, 3 time, 4 module"},
+    {12, "dtn_threshold", 0, 100, "common", "night from this light measure; above ntd"},
+    {13, "ntd_threshold", 0, 100, "common", "day from this light measure; below dtn"},
+    {14, "iris_mode", 0, 1, "common", ""},
+    {15, "iris_speed", 0, 100, "common", ""},
+    {16, "indoor_outdoor", 0, 2, "common", ""},
+    {17, "wdr_mode", 0, 1, "common", ""},
+    {18, "wdr_strength", 0, 100, "common", ""},
+    {19, "metering", 0, 3, "common", ""},
+    {20, "mirror", 0, 3, "common", ""},
+    {21, "be_away_mode", 0, 1, "common", ""},
+    {22, "nr2d_mode", 0, 2, "common", ""},
+    {23, "nr2d_max_strength", 0, 100, "common", ""},
+    {24, "nr2d_fixed_strength", 0, 100, "common", ""},
+    {25, "nr3d_mode", 0, 2, "common", ""},
+    {26, "nr3d_max_strength", 0, 100, "common", ""},
+    {27, "nr3d_fixed_strength", 0, 100, "common", ""},
+    {28, "to_night_hour", 0, 23, "common", "day/night by time"},
+    {29, "to_night_minute", 0, 59, "common", "day/night by time"},
+    {30, "to_day_hour", 0, 23, "common", "day/night by time"},
+    {31, "to_day_minute", 0, 59, "common", "day/night by time"},
+    {32, "infrared_dtn_threshold", 0, 100, "common", "with the IR lamp; above infrared ntd"},
+    {33, "infrared_ntd_threshold", 0, 100, "common", "with the IR lamp; below infrared dtn"},
+    {34, "dn_switch_delay", 0, INT_MAX, "common", "seconds before day; reads back 5"},
+    {35, "smart_infrared_mode", 0, 2, "common", "1, 2 (0 is refused)"},
+    {36, "infrared_manual_value", 0, 100, "common", ""},
+    {37, "hlc_mode", 0, 1, "common", ""},
+    {38, "hlc_strength", 0, 100, "common", ""},
+    {39, "blc_mode", 0, INT_MAX, "common", "not checked"},
+    {40, "zoom_move_interval", 0, 4, "common", ""},
+    {41, "focus_move_interval", 0, INT_MAX, "common", "not checked"},
+    {43, "zoom_wide_slow", 0, INT_MAX, "set-only", "any value moves"},
+    {44, "zoom_tele_slow", 0, INT_MAX, "set-only", "any value moves"},
+    {46, "focus_far_slow", 0, INT_MAX, "set-only", "any value moves"},
+    {47, "focus_near_slow", 0, INT_MAX, "set-only", "any value moves"},
+    {48, "zoom_wide_fast", 0, INT_MAX, "set-only", "any value moves"},
+    {49, "zoom_tele_fast", 0, INT_MAX, "set-only", "any value moves"},
+    {50, "focus_far_fast", 0, INT_MAX, "set-only", "any value moves"},
+    {51, "focus_near_fast", 0, INT_MAX, "set-only", "any value moves"},
+    {52, "auto_focus", 0, INT_MAX, "set-only", "any value triggers"},
+    {53, "reset_all", 0, INT_MAX, "set-only", "lens reset; any value triggers"},
+    {54, "defog", 0, 1, "common", ""},
+    {55, "defog_strength", 0, 100, "common", ""},
+    {56, "anti_shake", 0, INT_MAX, "common", "not checked"},
+};
+
 bool hasViscaRow(int moduleId, int id) {
     if (moduleId == AmbaS2FBS8300SenseController::kSensorType)
         return true;
@@ -93,9 +155,10 @@ const Row kSchemeRows[] = {
     {504, "scheme_end_minute", 0, 59, "common", "scheme in force"},
 };
 
-ParameterNames::Entry makeEntry(const Row& row) {
+// `visca`: the range comes from the shared VISCA setting table where it has the id.
+ParameterNames::Entry makeEntry(const Row& row, bool visca) {
     ParameterNames::Entry entry{row.id, row.name, row.min, row.max, row.category, row.note};
-    if (const ViscaSetting* setting = findViscaSetting(row.id)) {
+    if (const ViscaSetting* setting = visca ? findViscaSetting(row.id) : nullptr) {
         entry.min = setting->min;
         entry.max = setting->max;
     }
@@ -109,9 +172,12 @@ ParameterNames::ParameterNames(int moduleId) {
     for (const Row& row : kViscaRows)
         if (hasViscaRow(moduleId, row.id))
             m_vecEntries.push_back(
-                makeEntry(baseDayNight && row.id == 22 ? kBaseDayNightRow : row));
+                makeEntry(baseDayNight && row.id == 22 ? kBaseDayNightRow : row, true));
+    if (moduleId == AmbaS2SenseController::kSensorType)
+        for (const Row& row : kIspRows)
+            m_vecEntries.push_back(makeEntry(row, false));
     for (const Row& row : kSchemeRows)
-        m_vecEntries.push_back(makeEntry(row));
+        m_vecEntries.push_back(makeEntry(row, false));
 }
 
 bool ParameterNames::lookup(const std::string& nameOrId, int& id) const {

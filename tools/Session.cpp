@@ -2,12 +2,14 @@
 #include "tools/Session.h"
 
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
+#include "drivers/platform/AmbaS2SenseController.h"
 #include "platform/DeviceIoctl.h"
 #include "platform/GlobalEnv.h"
 #include "platform/KVRoot.h"
 #include "platform/ModuleConfigureParser.h"
 #include "platform/PlatformClock.h"
 #include "platform/TermiosUARTController.h"
+#include "platform/kvia.h"
 #include "sim/ViscaModels.h"
 #include "tools/HostGpio.h"
 #include "tools/ParameterNames.h"
@@ -25,6 +27,14 @@ const char* const kSampleDetail = "RS485=/dev/ttyS1;isInfrared=1;isNewInfrared=1
 const char* const kSampleParameters =
     "RS485=9600,8,0,1;DCDay=1,3;DCNight=0,3;toDayADCVal=600;toNightADCVal=400;toDayDelay=5;"
     "GUIConfig=FBS8300GUIConfig.xml;Prefix=FBS8300";
+// The on-chip ISP unit's: no serial line and no IR lamp (day/night from the
+// ISP's light measure); GPIO is the output line its start-up sets.
+const char* const kIspSampleDetail = "autoFocus=0;manualFocus=0;fisheye=0;isInfrared=0;autoIris=0";
+const char* const kIspSampleParameters = "GPIO=0,10,1";
+
+bool isIspModule(int moduleId) {
+    return moduleId == AmbaS2SenseController::kSensorType;
+}
 
 // A bright reading (above the sample's to-day threshold of 600).
 constexpr int kDaylightReading = 700;
@@ -98,7 +108,14 @@ bool Session::prepare(std::string& error) {
         m_pAdc->setValue(kDaylightReading);
         DeviceIoctl::registerDevice("/dev/adc", m_pAdc);
     }
-    return loadModule(error);
+    if (!loadModule(error))
+        return false;
+#ifdef KV_SIMULATED_ISP
+    // The ISP's words as after power-up, for the unit's first factory file.
+    if (simulatedIsp() && isIspModule(m_objModule.getModuleId()))
+        KviaSimulator::loadPowerUpValues();
+#endif
+    return true;
 }
 
 bool Session::prepareRoot(std::string& error) {
@@ -142,12 +159,14 @@ bool Session::loadModule(std::string& error) {
     if (!found) {
         // A module with a simulator model but no record (simulated, or named
         // with --module) gets the sample unit's: its serial line, lamp and DC keys
-        // suit every VISCA model.
+        // suit every VISCA model. The on-chip ISP gets its own sample.
         const int sampleId = m_objOptions.moduleId < 0 ? AmbaS2FBS8300SenseController::kSensorType
                                                        : m_objOptions.moduleId;
-        if ((m_objOptions.simulate || m_objOptions.moduleId >= 0) &&
-            viscaModelOfModule(sampleId) != nullptr) {
+        const bool sample = m_objOptions.simulate || m_objOptions.moduleId >= 0;
+        if (sample && viscaModelOfModule(sampleId) != nullptr) {
             m_objModule = ModuleConfigure(sampleId, kSampleDetail, kSampleParameters);
+        } else if (sample && isIspModule(sampleId)) {
+            m_objModule = ModuleConfigure(sampleId, kIspSampleDetail, kIspSampleParameters);
         } else if (m_objOptions.moduleId >= 0) {
             m_objModule = ModuleConfigure(m_objOptions.moduleId, "", "");
         } else {
@@ -160,8 +179,9 @@ bool Session::loadModule(std::string& error) {
         m_objModule.setDetail(m_objOptions.detail);
     if (m_objOptions.paramsGiven)
         m_objModule.setParameters(m_objOptions.params);
-    if (m_objOptions.simulate) {
-        // The simulator plays the model of the module's id.
+    if (m_objOptions.simulate && !isIspModule(m_objModule.getModuleId())) {
+        // The simulator plays the model of the module's id (the on-chip ISP
+        // has no serial line: its stand-in is the simulated ISP driver).
         ViscaSimulator::Options simOptions;
         simOptions.model = viscaModelOfModule(m_objModule.getModuleId());
         m_pSim = std::make_unique<ViscaSimulator>(simOptions);
@@ -236,4 +256,34 @@ int Session::moduleParameter(const std::string& key, int fallback) const {
 bool Session::hasLightSensor() const {
     std::string text;
     return configValue(m_objModule.getDetail(), "isInfrared", text) && text == "1";
+}
+
+bool Session::simulatedIsp() const {
+#ifdef KV_SIMULATED_ISP
+    return !m_objOptions.realDevices;
+#else
+    return false;
+#endif
+}
+
+bool Session::setLightMeasure([[maybe_unused]] int measure) {
+#ifdef KV_SIMULATED_ISP
+    if (!simulatedIsp())
+        return false;
+    KviaSimulator::setLightMeasure(measure);
+    return true;
+#else
+    return false;
+#endif
+}
+
+bool Session::ispWord([[maybe_unused]] int code, [[maybe_unused]] int& value) const {
+#ifdef KV_SIMULATED_ISP
+    if (!simulatedIsp())
+        return false;
+    value = KviaSimulator::value(code);
+    return true;
+#else
+    return false;
+#endif
 }

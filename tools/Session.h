@@ -18,7 +18,8 @@ class HostGpio;
 // the resolution and the module record. Around it the host stand-ins: the
 // filesystem root (a temporary one when simulating without --root), the
 // scaled clock, simulated PWM outputs and light sensor unless real devices
-// are asked for, and the module simulator on a pseudo-terminal.
+// are asked for, and the module simulator on a pseudo-terminal (for the
+// on-chip ISP, which has no serial line, the simulated ISP driver instead).
 class Session {
 public:
     explicit Session(const Options& options);
@@ -43,6 +44,13 @@ public:
     int moduleParameter(const std::string& key, int fallback) const;
     // True when the detail says the light sensor is fitted ("isInfrared=1").
     bool hasLightSensor() const;
+    // True when the ISP driver is the simulated one (a host build without
+    // --real-devices); the two calls below work only then.
+    bool simulatedIsp() const;
+    // Sets the scene light the simulated ISP measures.
+    bool setLightMeasure(int measure);
+    // The word of `code` in the simulated ISP.
+    bool ispWord(int code, int& value) const;
 
 private:
     void settleScheme();

@@ -212,6 +212,33 @@ TEST_F(SensorctlProcess, SilentModuleMakesCommandsFailInBoundedTime) {
     EXPECT_TRUE(contains(camsim.out, "rx 81 ")) << camsim.out;
 }
 
+// Module 80 has no serial line: with --simulate (and no record in the root)
+// it runs on its sample record and the simulated ISP alone, whose power-up
+// thresholds are day-to-night 60 and night-to-day 30 of the light measure.
+// A measure past 60 is night at the next worker pass; "light" takes integers
+// only. Manual scheme mode: in mode 1 the worker re-applies the due scheme's
+// file each second while it cannot apply it, and the set would be undone
+// (the first file holds smart_infrared_mode 0, which the driver refuses).
+TEST_F(SensorctlProcess, IspModuleRunsOnTheSimulatedIsp) {
+    std::vector<std::string> args = common();
+    for (const char* a :
+         {"--module", "80",  "--simulate", "scheme-mode", "0",     "--", "set", "brightness=70",
+          "--",       "get", "brightness", "--",          "light", "80", "--",  "wait",
+          "10",       "--",  "dnstate",    "--",          "light", "x"})
+        args.push_back(a);
+    Result r = run(args);
+    EXPECT_EQ(r.status, 1) << r.out << r.err;
+    EXPECT_TRUE(contains(r.out, "\nbrightness=70\n")) << r.out;
+    EXPECT_TRUE(contains(r.out, "mode=auto state=night source=isp reading=none measure=80 "
+                                "dtn=60 ntd=30 why=\"measure 80 >= day-to-night 60\""))
+        << r.out;
+    // One error line, the last: the bad measure.
+    const size_t error = r.out.find("error: usage: light");
+    EXPECT_NE(error, std::string::npos) << r.out;
+    EXPECT_EQ(r.out.find("error:"), error) << r.out;
+    EXPECT_EQ(r.out.find('\n', error), r.out.size() - 1) << r.out;
+}
+
 // Each vendor module named with --module against camsim playing its model:
 // the saturation frame of that module, and no restart at system 0.
 TEST_F(SensorctlProcess, VendorModulesTalkToTheirSimulatorModels) {
