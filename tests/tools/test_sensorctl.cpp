@@ -216,15 +216,13 @@ TEST_F(SensorctlProcess, SilentModuleMakesCommandsFailInBoundedTime) {
 // it runs on its sample record and the simulated ISP alone, whose power-up
 // thresholds are day-to-night 60 and night-to-day 30 of the light measure.
 // A measure past 60 is night at the next worker pass; "light" takes integers
-// only. Manual scheme mode: in mode 1 the worker re-applies the due scheme's
-// file each second while it cannot apply it, and the set would be undone
-// (the first file holds smart_infrared_mode 0, which the driver refuses).
+// only. The set outlives the worker's scheme passes.
 TEST_F(SensorctlProcess, IspModuleRunsOnTheSimulatedIsp) {
     std::vector<std::string> args = common();
     for (const char* a :
-         {"--module", "80",  "--simulate", "scheme-mode", "0",     "--", "set", "brightness=70",
-          "--",       "get", "brightness", "--",          "light", "80", "--",  "wait",
-          "10",       "--",  "dnstate",    "--",          "light", "x"})
+         {"--module", "80",  "--simulate", "set", "brightness=70", "--", "wait", "3",
+          "--",       "get", "brightness", "--",  "light",         "80", "--",   "wait",
+          "10",       "--",  "dnstate",    "--",  "light",         "x"})
         args.push_back(a);
     Result r = run(args);
     EXPECT_EQ(r.status, 1) << r.out << r.err;
