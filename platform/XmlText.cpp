@@ -166,7 +166,8 @@ bool readDeclaration(const std::string& t, std::size_t at, std::size_t& end,
 // strict reader.
 class Checker {
 public:
-    Checker(const std::string& text, Encoding encoding) : m_t(text), m_enc(encoding) {}
+    Checker(const std::string& text, Encoding encoding, kvconfig::XmlRoots roots)
+        : m_t(text), m_enc(encoding), m_roots(roots) {}
 
     bool run(std::size_t start, std::string& error) {
         m_i = start;
@@ -227,7 +228,7 @@ private:
                 if (!doctype())
                     return false;
             } else if (nameStartsAfter(1)) {
-                if (seenRoot)
+                if (seenRoot && m_roots == kvconfig::XmlRoots::One)
                     return fail("more than one root element");
                 if (!element())
                     return false;
@@ -236,7 +237,7 @@ private:
                 return fail("unexpected markup");
             }
         }
-        return seenRoot || fail("no root element");
+        return seenRoot || m_roots == kvconfig::XmlRoots::Any || fail("no root element");
     }
 
     // The root element and everything in it, with an explicit stack of the
@@ -436,6 +437,7 @@ private:
 
     const std::string& m_t;
     const Encoding m_enc;
+    const kvconfig::XmlRoots m_roots;
     std::size_t m_i = 0;
     std::string m_strError;
 };
@@ -456,7 +458,7 @@ bool isEncodingName(const std::string& name) {
 }
 
 int parseXmlDocument(const std::string& text, TiXmlDocument& doc, std::string& error,
-                     std::string* encodingName) {
+                     std::string* encodingName, XmlRoots roots) {
     doc.Clear();
     doc.ClearError();
     if (static_cast<long long>(text.size()) > MaxConfigFileBytes) {
@@ -509,8 +511,15 @@ int parseXmlDocument(const std::string& text, TiXmlDocument& doc, std::string& e
             }
         }
     }
-    if (!Checker(text, encoding).run(start, error))
+    if (!Checker(text, encoding, roots).run(start, error))
         return 0;
+    if (text.find_first_not_of(" \t\r\n", start) == std::string::npos) {
+        // Only XmlRoots::Any gets here: a list of no blocks, which the
+        // library would call an error.
+        if (encodingName != nullptr)
+            *encodingName = "UTF-8";
+        return 1;
+    }
 
     // The library may step over a multi-byte character without looking at
     // every byte; the padding keeps any such step inside the buffer.
@@ -537,7 +546,7 @@ int parseXmlDocument(const std::string& text, TiXmlDocument& doc, std::string& e
         doc.Clear();
         return 0;
     }
-    if (doc.RootElement() == nullptr) {
+    if (doc.RootElement() == nullptr && roots == XmlRoots::One) {
         error = "no root element";
         return 0;
     }
