@@ -24,7 +24,8 @@ bool Commands::run(const std::vector<std::string>& words) {
     if (words.empty())
         return true;
     const std::string& name = words.front();
-    if (!m_bInitTried && name != "init" && name != "quit" && name != "ids") {
+    // Commands that read only tables and files need no controller.
+    if (!m_bInitTried && name != "init" && name != "quit" && name != "ids" && name != "ui") {
         // Reported only when it fails; the command then answers for itself.
         execute(
             "init", [this](std::string& text) { return ensureInit(text); }, true);
@@ -104,6 +105,8 @@ bool Commands::dispatch(const std::vector<std::string>& words, std::string& out)
         return cmdAdc(words, out);
     if (name == "light")
         return cmdLight(words, out);
+    if (name == "ui")
+        return cmdUi(words, out);
     static const char* const kKnown[] = {"set",         "get",      "dump",    "flush", "reset",
                                          "reset-last",  "daynight", "dnstate", "leds",  "scheme",
                                          "scheme-mode", "zoom",     "focus"};

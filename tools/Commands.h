@@ -16,7 +16,7 @@
 // seconds can show a progress line; every library call is itself bounded.
 // Commands.cpp holds the dispatch, parameters, schemes and lens;
 // CommandsDayNight.cpp the day/night, LED, light-sensor and light-measure
-// commands.
+// commands; CommandsUi.cpp the web interface's XML texts.
 class Commands {
 public:
     Commands(Session& session, Console& console, bool verbose);
@@ -45,6 +45,7 @@ private:
     bool cmdScheme(const std::vector<std::string>& words, bool mode, std::string& out);
     bool cmdLens(const std::vector<std::string>& words, bool zoom, std::string& out);
     bool cmdIds(std::string& out);
+    bool cmdUi(const std::vector<std::string>& words, std::string& out);
     bool cmdWait(const std::vector<std::string>& words, std::string& out);
     // "a=1 b=2" from a parameter text "(1,80)(2,27)"; false when malformed.
     bool describe(const std::string& text, std::string& out) const;

@@ -25,10 +25,13 @@ const char* const kFooter =
   scheme-mode [M]        0 manual, 1 by time (or show it)
   zoom in|out|stop|get [SPEED]    focus near|far|stop|get [SPEED]
   ids                    the module's parameter ids: name, range, category
+  ui style|init          the web interface's style (merged for the unit's detail) or
+                         initial configuration, from the unit's files under --root
+  ui common|language N   the web interface's texts of language N (1 if N has none)
   wait SECONDS           let the worker threads run (device seconds)
   quit                   stop reading commands
 Each command prints one result line: "ok", the values, or "error: " and the reason
-("ids" prints one line per id). Exit status: 0 all commands succeeded, 1 a command
+("ids" prints one line per id, "ui" the whole text). Exit status: 0 all commands succeeded, 1 a command
 failed, 2 bad arguments.
 
 On a host without the camera's PWM/ADC devices and ISP driver, sensorctl uses simulated ones; --real-devices uses the OS devices.

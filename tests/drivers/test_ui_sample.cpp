@@ -1,4 +1,5 @@
 // The sample unit's UI files against the FBS8300 driver: ids, ranges, tab keys and texts.
+#include "config/SensorFile.h"
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
 #include "drivers/protocols/ViscaSettings.h"
 #include "platform/XmlText.h"
@@ -10,6 +11,8 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -80,13 +83,14 @@ int keyOf(const TiXmlElement& e) {
     return key;
 }
 
-std::unique_ptr<TiXmlDocument> load(const std::string& file) {
+std::unique_ptr<TiXmlDocument> load(const std::string& file,
+                                    kvconfig::XmlRoots roots = kvconfig::XmlRoots::One) {
     std::ifstream in(kSensorConfig + file, std::ios::binary);
     std::stringstream text;
     text << in.rdbuf();
     auto doc = std::make_unique<TiXmlDocument>();
     std::string error;
-    EXPECT_TRUE(in.good() && kvconfig::parseXmlDocument(text.str(), *doc, error))
+    EXPECT_TRUE(in.good() && kvconfig::parseXmlDocument(text.str(), *doc, error, nullptr, roots))
         << file << ": " << error;
     return doc;
 }
@@ -118,7 +122,7 @@ protected:
     void SetUp() override {
         for (const TiXmlElement* tab : children(style->RootElement()))
             addTab(*tab, baseKeys);
-        for (const TiXmlElement* block : children(diversity->RootElement())) {
+        for (const TiXmlElement* block : children(diversity.get())) {
             EXPECT_NE(block->FirstAttribute(), nullptr) << "a condition block without conditions";
             for (const TiXmlElement* op : children(block)) {
                 const bool add = op->ValueStr() == "AddAfter" || op->ValueStr() == "AddBefore";
@@ -152,7 +156,8 @@ protected:
     kvtest::TestRoot root;
     Fbs8300Ids driver;
     std::unique_ptr<TiXmlDocument> style = load("style/FBS8300Style.xml");
-    std::unique_ptr<TiXmlDocument> diversity = load("styleDiversity/FBS8300StyleDiversity.xml");
+    std::unique_ptr<TiXmlDocument> diversity =
+        load("styleDiversity/FBS8300StyleDiversity.xml", kvconfig::XmlRoots::Any);
     std::set<int> baseKeys, addedKeys, anchors, deleted;
     std::vector<const TiXmlElement*> controls;
     std::set<std::string> labels;
@@ -246,6 +251,50 @@ TEST_F(UiSampleTest, EveryTextKeyResolvesInEachLanguage) {
     }
     EXPECT_EQ(languageIds.count(1), 1u) << "language 1 is every text's fallback";
     EXPECT_GE(languageIds.size(), 2u);
+}
+
+// The host's view of the sample unit: the style merged for its detail (the
+// IR tab after day/night; no mirror tab on an old generation), the texts per
+// language with language 1 as the fallback.
+TEST(UiSampleUnit, SensorFileMergesTheStyleForTheUnitsDetail) {
+    kvtest::TestRoot root;
+    std::error_code error;
+    std::filesystem::copy(std::string(KV_SOURCE_DIR) + "/examples/rootfs", root.dir(),
+                          std::filesystem::copy_options::recursive, error);
+    ASSERT_FALSE(error) << error.message();
+    const std::string moduleConfig = "/hd1/moduleConfig/moduleConfig.xml";
+    const std::string record = root.readFile(moduleConfig);
+    const struct {
+        const char* from;
+        const char* to;
+        std::vector<int> tabs;
+    } units[] = {
+        {"", "", {10, 20, 30, 40, 45, 50, 60, 70, 80}},
+        {"isInfrared=1", "isInfrared=0", {10, 20, 30, 40, 50, 60, 70, 80}},
+        {"generation=3", "generation=1", {10, 20, 30, 40, 45, 50, 60, 80}},
+    };
+    for (const auto& unit : units) {
+        SCOPED_TRACE(unit.to);
+        std::string text = record;
+        if (*unit.from != '\0')
+            text.replace(text.find(unit.from), std::strlen(unit.from), unit.to);
+        root.writeFile(moduleConfig, text);
+        SensorFile file;
+        kvtest::StdoutCapture out;
+        ASSERT_EQ(file.init("", ""), 1) << out.text();
+        TiXmlDocument style;
+        std::string parseError;
+        ASSERT_EQ(kvconfig::parseXmlDocument(file.getUIStyleConfig(), style, parseError), 1)
+            << parseError;
+        std::vector<int> tabs;
+        for (const TiXmlElement* tab : children(style.RootElement()))
+            tabs.push_back(std::atoi(tab->FirstAttribute()->Value()));
+        EXPECT_EQ(tabs, unit.tabs);
+        EXPECT_NE(file.getUILanguageConfig(1), file.getUILanguageConfig(2));
+        EXPECT_EQ(file.getUILanguageConfig(7), file.getUILanguageConfig(1));
+        EXPECT_EQ(file.getUICommonConfig(7), file.getUICommonConfig(1));
+        EXPECT_FALSE(file.getUISensorConfig_V1().empty());
+    }
 }
 
 } // namespace

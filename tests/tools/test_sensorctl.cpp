@@ -194,6 +194,23 @@ TEST_F(SensorctlProcess, UnknownCommandOrIdFailsWithAnErrorLine) {
     EXPECT_NE(r.out.find("error: ", first + 1), std::string::npos) << r.out;
 }
 
+// The web interface's texts come from the unit's files without a controller
+// (no serial line here): the style merged for the sample's IR board, the
+// texts of a language without files falling back to language 1's.
+TEST_F(SensorctlProcess, UiPrintsTheUnitsTexts) {
+    std::vector<std::string> args = common();
+    for (const char* a : {"ui", "style", "--", "ui", "language", "9", "--", "ui", "init", "--",
+                          "ui", "common", "x"})
+        args.push_back(a);
+    Result r = run(args);
+    EXPECT_EQ(r.status, 1) << r.out << r.err;
+    EXPECT_TRUE(contains(r.out, "<tab key=\"45\" name=\"infrared\"")) << r.out;
+    EXPECT_TRUE(contains(r.out, "<text key=\"tab.image\" value=\"Image\"")) << r.out;
+    EXPECT_TRUE(contains(r.out, "<page openTab=\"10\"")) << r.out;
+    const size_t error = r.out.find("error:");
+    EXPECT_EQ(error, r.out.find("error: usage: ui")) << r.out;
+}
+
 TEST_F(SensorctlProcess, SilentModuleMakesCommandsFailInBoundedTime) {
     Child camsim({KV_CAMSIM, "--silent", "--time-scale", "0.01"});
     camsim.pump(Clock::now() + std::chrono::seconds(10), "\n");
