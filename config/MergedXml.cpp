@@ -2,7 +2,6 @@
 #include "config/MergedXml.h"
 
 #include "platform/ConfigFileText.h"
-#include "platform/KVFile.h"
 #include "platform/ModuleParameterParser.h"
 #include "platform/XmlText.h"
 
@@ -49,30 +48,17 @@ std::set<std::string> acceptedValues(const std::string& list) {
 
 // Reads a whole style file; 0 after a message.
 int readStyleFile(const std::string& path, std::string& text) {
-    KVFile file;
-    if (file.open(path, KVFile::ModeRead) == 0) {
+    std::string error;
+    kvconfig::FileReadInfo info;
+    if (kvconfig::readWholeFile(path, text, error, kvconfig::MaxConfigFileBytes, &info) != 0)
+        return 1;
+    if (!info.opened)
         std::puts("mergeStyleXml file open failed ");
-        return 0;
-    }
-    const long long length = file.getLength();
-    if (length < 0 || length > kvconfig::MaxConfigFileBytes) {
-        std::printf("mergeStyleXml file %s is too large (%lld bytes)\n", path.c_str(), length);
-        return 0;
-    }
-    std::vector<char> buffer(static_cast<std::size_t>(length) + 1, '\0');
-    long long done = 0;
-    while (done < length) {
-        const int count = file.read(buffer.data() + done, static_cast<int>(length - done));
-        if (count <= 0)
-            break;
-        done += count;
-    }
-    if (done != length) {
+    else if (info.length > kvconfig::MaxConfigFileBytes)
+        std::printf("mergeStyleXml file %s is too large (%lld bytes)\n", path.c_str(), info.length);
+    else
         std::printf("mergeStyleXml read %s failed\n", path.c_str());
-        return 0;
-    }
-    text.assign(buffer.data(), static_cast<std::size_t>(length));
-    return 1;
+    return 0;
 }
 
 int parseStyleText(const std::string& path, const std::string& text, TiXmlDocument& doc,

@@ -93,31 +93,21 @@ std::string SensorFile::getUILanguageConfig(int languageId) const {
 }
 
 int SensorFile::initUIInitConfigString(const std::string& path) {
-    KVFile file;
-    if (file.open(path, KVFile::ModeRead) == 0) {
+    std::string text;
+    std::string error;
+    kvconfig::FileReadInfo info;
+    if (kvconfig::readWholeFile(path, text, error, kvconfig::MaxConfigFileBytes, &info) != 0) {
+        m_strUIInitConfig = text;
+        return 1;
+    }
+    if (!info.opened) {
         std::puts("ISensorController::initUIInitConfigString error");
         return 0;
     }
-    const long long length = file.getLength();
-    // An oversized file is refused unread, as a read that came up short.
-    long long count = 0;
-    std::vector<char> buffer;
-    if (length >= 0 && length <= kvconfig::MaxConfigFileBytes) {
-        buffer.assign(static_cast<std::size_t>(length) + 1, '\0');
-        while (count < length) {
-            const int n = file.read(buffer.data() + count, static_cast<int>(length - count));
-            if (n <= 0)
-                break;
-            count += n;
-        }
-    }
-    if (length < 0 || length > kvconfig::MaxConfigFileBytes || count != length) {
-        // The labels are swapped (the count read stands under "fileLength"):
-        // log readers know the line this way.
-        std::printf("read sensorUIConfig failed,fileLength = %d,readLength = %lld\n",
-                    static_cast<int>(count), length);
-        return 0;
-    }
-    m_strUIInitConfig.assign(buffer.data(), static_cast<std::size_t>(length));
-    return 1;
+    // An oversized file is refused unread, as a read that came up short. The
+    // labels are swapped (the count read stands under "fileLength"): log
+    // readers know the line this way.
+    std::printf("read sensorUIConfig failed,fileLength = %d,readLength = %lld\n",
+                static_cast<int>(info.read), info.length);
+    return 0;
 }

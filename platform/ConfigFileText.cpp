@@ -9,31 +9,39 @@
 namespace kvconfig {
 
 int readWholeFile(const std::string& path, std::string& text, std::string& error,
-                  long long maxBytes) {
-    KVFile file;
-    if (file.open(path, KVFile::ModeRead) == 0) {
-        error = "cannot open the file";
-        return 0;
-    }
-    const long long length = file.getLength();
-    if (length < 0 || length > maxBytes) {
-        error = "file size " + std::to_string(length) + " is out of bounds";
-        return 0;
-    }
-    std::vector<char> buffer(static_cast<size_t>(length));
-    long long done = 0;
-    while (done < length) {
-        const int count = file.read(buffer.data() + done, static_cast<int>(length - done));
-        if (count <= 0)
-            break;
-        done += count;
-    }
-    if (done != length) {
-        error = "short read";
-        return 0;
-    }
-    text.assign(buffer.begin(), buffer.end());
-    return 1;
+                  long long maxBytes, FileReadInfo* info) {
+    FileReadInfo progress;
+    const int result = [&] {
+        KVFile file;
+        if (file.open(path, KVFile::ModeRead) == 0) {
+            error = "cannot open the file";
+            return 0;
+        }
+        progress.opened = true;
+        progress.length = file.getLength();
+        const long long length = progress.length;
+        if (length < 0 || length > maxBytes) {
+            error = "file size " + std::to_string(length) + " is out of bounds";
+            return 0;
+        }
+        std::vector<char> buffer(static_cast<size_t>(length));
+        while (progress.read < length) {
+            const int count =
+                file.read(buffer.data() + progress.read, static_cast<int>(length - progress.read));
+            if (count <= 0)
+                break;
+            progress.read += count;
+        }
+        if (progress.read != length) {
+            error = "short read";
+            return 0;
+        }
+        text.assign(buffer.begin(), buffer.end());
+        return 1;
+    }();
+    if (info != nullptr)
+        *info = progress;
+    return result;
 }
 
 int parseDecimalInt(const std::string& text, int& value) {

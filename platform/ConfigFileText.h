@@ -13,12 +13,20 @@ namespace kvconfig {
 // Largest configuration file any reader accepts.
 constexpr long long MaxConfigFileBytes = 4LL * 1024 * 1024;
 
+// How far a whole-file read got, for callers whose messages tell the steps
+// apart: whether the file opened, its length (-1 if unknown) and the bytes read.
+struct FileReadInfo {
+    bool opened = false;
+    long long length = -1;
+    long long read = 0;
+};
+
 // Reads the whole file at a device path (resolved under the platform root)
 // into `text`. Fails, leaving `text` untouched and describing the reason in
-// `error`, when the file is missing, larger than `maxBytes` or cannot be read
-// in full.
+// `error`, when the file is missing, larger than `maxBytes` (nothing is read
+// then) or cannot be read in full.
 int readWholeFile(const std::string& path, std::string& text, std::string& error,
-                  long long maxBytes = MaxConfigFileBytes);
+                  long long maxBytes = MaxConfigFileBytes, FileReadInfo* info = nullptr);
 
 // Strict signed decimal 32-bit integer: optional sign, at least one digit,
 // nothing else (no blanks, no base prefix). Out-of-range values fail.
