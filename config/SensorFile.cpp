@@ -3,7 +3,6 @@
 
 #include "config/SensorUIConfigFile.h"
 #include "platform/ConfigFileText.h"
-#include "platform/KVFile.h"
 #include "platform/ModuleConfigureParser.h"
 #include "platform/ModuleParameterParser.h"
 
