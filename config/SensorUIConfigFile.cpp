@@ -42,6 +42,10 @@ void SensorUIConfigFile::setUIConfigPrefix(const std::string& prefix) {
 }
 
 int SensorUIConfigFile::init(std::string detail) {
+    // A second init answers from its own files only: a language dropped from
+    // the list falls back to language 1 instead of keeping its old texts.
+    m_mapCommon.clear();
+    m_mapLanguage.clear();
     if (SensorLanguageConfigParser::parse(m_strLanguageConfigFile, m_vecLanguages) == 0) {
         std::puts("parse SensorLanguageConfig.xml failed ");
         return 0;

@@ -91,8 +91,7 @@ std::string ispThresholdWhy(bool lamp, int light, int dtn, int ntd) {
 // ISP words without the IR lamp, 32/33 with it), as " source=..." fields;
 // `why`, when still empty, says which threshold decides.
 std::string ispLight(Session& session, AmbaS2SenseController& isp, std::string& why) {
-    std::string text;
-    const bool lamp = configValue(session.module().getDetail(), "GPIOInfraredLight", text);
+    const bool lamp = isp.hasInfraredLight();
     int measure = 0;
     int reading = 0;
     int dtn = 0;
@@ -101,7 +100,7 @@ std::string ispLight(Session& session, AmbaS2SenseController& isp, std::string& 
     const bool haveReading = lamp && isp.getADCValue(reading) != 0;
     const bool haveThresholds =
         isp.getInfraredDTNThreshold(dtn) != 0 && isp.getInfraredNTDThreshold(ntd) != 0;
-    const int percent = static_cast<int>(100 * reading / AmbaS2SenseController::kAdcFullScale);
+    const int percent = static_cast<int>(100.0 * reading / AmbaS2SenseController::kAdcFullScale);
     if (why.empty() && haveThresholds && (lamp ? haveReading : haveMeasure))
         why = ispThresholdWhy(lamp, lamp ? percent : measure, dtn, ntd);
     if (why.empty())

@@ -75,6 +75,8 @@ public:
     int turnPictureToNight() override;
     // The light sensor's raw reading.
     int getADCValue(int& value);
+    // True when start-up found a well-formed "GPIOInfraredLight" triple.
+    bool hasInfraredLight() const;
 
 protected:
     // One driver word: read (0) or write (1), checked under `name`.
@@ -84,7 +86,6 @@ protected:
     // fields read when the text is not exactly three numbers.
     bool parseGpioTriple(const std::string& text, int triple[3], const char* failure);
     bool writeGpio(const int triple[3]);
-    bool hasInfraredLight() const;
 
     // Start-up flags of the detail text.
     int m_nAutoFocus = 0;

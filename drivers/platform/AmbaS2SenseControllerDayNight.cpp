@@ -133,7 +133,8 @@ int AmbaS2SenseController::setSensorVideoSystem(int videoSystem,
 // ---- thresholds ------------------------------------------------------------------------
 
 // Without the lamp, ids 12 and 13 are the ISP's thresholds (codes 50 and 51)
-// and must keep day-to-night above night-to-day. With it they do nothing:
+// and must keep day-to-night above night-to-day; only day-to-night has a
+// range of its own (0..100), night-to-day only its order. With it they do nothing:
 // the light sensor's thresholds are ids 32 and 33, kept here. The other value
 // of a pair comes from the parameter store; with nothing stored there is
 // nothing to keep apart from.
@@ -153,8 +154,6 @@ int AmbaS2SenseController::setDTNThreshold(int value) {
 int AmbaS2SenseController::setNTDThreshold(int value) {
     if (hasInfraredLight())
         return 1;
-    if (!IsAppointRange(value, "setNTDThreshold", __LINE__))
-        return 0;
     int dtn = 0;
     if (getParameter(kDTNThresholdId, dtn) != 0 && value >= dtn) {
         ErrorPrintf("Error:DTN<NTD @setNTDThreshold");
@@ -187,8 +186,6 @@ int AmbaS2SenseController::setInfraredNTDThreshold(int value) {
         writeCode(kNTDCode, value, "setInfraredNTDThreshold", __LINE__);
         return 1;
     }
-    if (!IsAppointRange(value, "setInfraredNTDThreshold", __LINE__))
-        return 0;
     int dtn = 0;
     if (getParameter(kInfraredDTNThresholdId, dtn) != 0 && value >= dtn) {
         ErrorPrintf("Error:DTN(%d)<NTD(%d) @setInfraredNTDThreshold \n", dtn, value);
@@ -243,7 +240,7 @@ int AmbaS2SenseController::getDNStatusFromLDR(int& status) {
         ErrorPrintf("getADCValue failed %d", read);
         return 0;
     }
-    const int percent = static_cast<int>(100 * value / kAdcFullScale);
+    const int percent = static_cast<int>(100.0 * value / kAdcFullScale);
     std::lock_guard<std::mutex> lock(m_mutexState);
     if (percent >= 100 - m_nInfraredNTDThreshold)
         m_nLightSensorState = 1;

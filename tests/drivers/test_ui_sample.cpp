@@ -219,6 +219,7 @@ TEST_F(UiSampleTest, ControlsMatchTheDriversIdsAndRanges) {
 
     // The initial configuration opens on a base tab and reads readable ids.
     const auto init = load("FBS8300GUIConfig.xml");
+    ASSERT_NE(init->RootElement(), nullptr);
     const TiXmlElement* page = init->RootElement()->FirstChildElement("page");
     const TiXmlElement* read = init->RootElement()->FirstChildElement("load");
     ASSERT_TRUE(page != nullptr && read != nullptr);
@@ -287,6 +288,7 @@ TEST(UiSampleUnit, SensorFileMergesTheStyleForTheUnitsDetail) {
         ASSERT_EQ(kvconfig::parseXmlDocument(file.getUIStyleConfig(), style, parseError), 1)
             << parseError;
         std::vector<int> tabs;
+        ASSERT_NE(style.RootElement(), nullptr);
         for (const TiXmlElement* tab : children(style.RootElement()))
             tabs.push_back(std::atoi(tab->FirstAttribute()->Value()));
         EXPECT_EQ(tabs, unit.tabs);

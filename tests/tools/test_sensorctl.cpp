@@ -239,7 +239,7 @@ TEST_F(SensorctlProcess, IspModuleRunsOnTheSimulatedIsp) {
     for (const char* a :
          {"--module", "80",  "--simulate", "set", "brightness=70", "--", "wait", "3",
           "--",       "get", "brightness", "--",  "light",         "80", "--",   "wait",
-          "10",       "--",  "dnstate",    "--",  "light",         "x"})
+          "30",       "--",  "dnstate",    "--",  "light",         "x"})
         args.push_back(a);
     Result r = run(args);
     EXPECT_EQ(r.status, 1) << r.out << r.err;
