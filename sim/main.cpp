@@ -1,5 +1,6 @@
 // camsim: runs a simulated camera module on a pseudo-terminal for trying a client by hand.
 #include "platform/PlatformClock.h"
+#include "sim/AsciiSimulator.h"
 #include "sim/ViscaSimulator.h"
 
 #include <CLI/CLI.hpp>
@@ -29,7 +30,13 @@ std::string hexLine(const ViscaSimulator::Bytes& frame) {
     return line;
 }
 
+// An ASCII register frame is printable as it came: "rx :WFCC820".
+std::string hexLine(const std::string& frame) {
+    return "rx " + frame;
+}
+
 struct Settings {
+    std::string protocol = "visca";
     std::string model;
     int module = 0;
     bool silent = false;
@@ -62,59 +69,18 @@ void applyFaults(ViscaSimulator& sim, const Settings& s) {
         sim.setLateAnswer(s.lateSeconds);
 }
 
-} // namespace
+void applyFaults(AsciiSimulator& sim, const Settings& s) {
+    if (s.silent)
+        sim.setSilence();
+    if (s.garbage)
+        sim.setGarbage("Z?");
+    if (s.lateSeconds > 0.0)
+        sim.setLateAnswer(s.lateSeconds);
+}
 
-int main(int argc, char** argv) {
-    Settings s;
-    CLI::App app{"Runs a simulated camera module on a pseudo-terminal. Prints the terminal's "
-                 "path on the first line, then one line per frame received (\"rx\" and the "
-                 "bytes in hexadecimal), until interrupted (SIGINT or SIGTERM). Point a "
-                 "client at the path, e.g. sensorctl --device PATH.",
-                 "camsim"};
-    app.add_option("--model", s.model,
-                   "module model to simulate: " + viscaModelNames("|") + " (default " +
-                       defaultViscaModel().name + ")")
-        ->check(CLI::Validator(
-            [](std::string& v) {
-                return findViscaModel(v) != nullptr ? std::string() : "no model " + v;
-            },
-            viscaModelNames("|")));
-    app.add_option("--module", s.module,
-                   "module id to simulate, instead of --model (" + moduleIds() + ")")
-        ->check(CLI::Validator(
-            [](std::string& v) {
-                int id = 0;
-                return std::sscanf(v.c_str(), "%d", &id) == 1 && viscaModelOfModule(id) != nullptr
-                           ? std::string()
-                           : "no simulated module " + v;
-            },
-            "ID"));
-    app.add_flag("--silent", s.silent, "never answer (a module that is off or not wired)");
-    app.add_flag("--error-reply", s.errorReply,
-                 "answer every command and inquiry with a syntax error");
-    app.add_flag("--garbage", s.garbage, "send garbage bytes before each answer");
-    app.add_option("--late", s.lateSeconds, "answer this many device seconds late")
-        ->check(CLI::Range(0.0, 3600.0));
-    app.add_option("--time-scale", s.timeScale,
-                   "real seconds per device second (0.05: twenty times faster)")
-        ->check(CLI::Range(0.0001, 100.0));
-    app.add_option("--baud-index", s.baudIndex,
-                   "module serial speed: 0 9600, 1 19200, 2 38400, 3 115200")
-        ->check(CLI::Range(0, 3));
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp& e) {
-        return app.exit(e);
-    } catch (const CLI::ParseError& e) {
-        std::fprintf(stderr, "camsim: %s (see --help)\n", e.what());
-        return 2;
-    }
-
-    PlatformClock::setTimeScale(s.timeScale);
-    ViscaSimulator::Options options;
-    options.baudIndex = s.baudIndex;
-    options.model = !s.model.empty() ? findViscaModel(s.model) : viscaModelOfModule(s.module);
-    ViscaSimulator sim(options);
+// Prints the pty's path, then one line per frame received, until a signal.
+template <class Simulator>
+int serve(Simulator& sim, const Settings& s) {
     if (!sim.isRunning()) {
         std::fprintf(stderr, "camsim: could not create a pseudo-terminal\n");
         return 1;
@@ -136,7 +102,7 @@ int main(int argc, char** argv) {
         // Bounded wait: the loop looks at the stop flag at least every 50 ms.
         if (!sim.waitForFrames(logged + 1, 0.05))
             continue;
-        std::vector<ViscaSimulator::Bytes> frames = sim.frames();
+        const auto frames = sim.frames();
         for (; logged < frames.size(); ++logged)
             std::printf("%s\n", hexLine(frames[logged]).c_str());
         std::fflush(stdout);
@@ -146,4 +112,85 @@ int main(int argc, char** argv) {
         }
     }
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    Settings s;
+    CLI::App app{"Runs a simulated camera module on a pseudo-terminal. Prints the terminal's "
+                 "path on the first line, then one line per frame received (\"rx\" and the "
+                 "bytes in hexadecimal), until interrupted (SIGINT or SIGTERM). Point a "
+                 "client at the path, e.g. sensorctl --device PATH.",
+                 "camsim"};
+    app.add_option("--protocol", s.protocol,
+                   "protocol family of the module: visca or ascii (default visca)")
+        ->check(CLI::IsMember({"visca", "ascii"}));
+    app.add_option("--model", s.model,
+                   "module model to simulate: " + viscaModelNames("|") + " (default " +
+                       defaultViscaModel().name + "); with --protocol ascii " +
+                       asciiModelNames("|") + " (default " + defaultAsciiModel().name + ")")
+        ->check(CLI::Validator(
+            [](std::string& v) {
+                return findViscaModel(v) != nullptr || findAsciiModel(v) != nullptr
+                           ? std::string()
+                           : "no model " + v;
+            },
+            viscaModelNames("|") + "|" + asciiModelNames("|")));
+    app.add_option("--module", s.module,
+                   "module id to simulate, instead of --model (" + moduleIds() + ")")
+        ->check(CLI::Validator(
+            [](std::string& v) {
+                int id = 0;
+                return std::sscanf(v.c_str(), "%d", &id) == 1 && viscaModelOfModule(id) != nullptr
+                           ? std::string()
+                           : "no simulated module " + v;
+            },
+            "ID"));
+    app.add_flag("--silent", s.silent, "never answer (a module that is off or not wired)");
+    app.add_flag("--error-reply", s.errorReply,
+                 "answer every command and inquiry with a syntax error (visca only)");
+    app.add_flag("--garbage", s.garbage, "send garbage bytes before each answer");
+    app.add_option("--late", s.lateSeconds, "answer this many device seconds late")
+        ->check(CLI::Range(0.0, 3600.0));
+    app.add_option("--time-scale", s.timeScale,
+                   "real seconds per device second (0.05: twenty times faster)")
+        ->check(CLI::Range(0.0001, 100.0));
+    app.add_option("--baud-index", s.baudIndex,
+                   "module serial speed: 0 9600, 1 19200, 2 38400, 3 115200")
+        ->check(CLI::Range(0, 3));
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::ParseError& e) {
+        std::fprintf(stderr, "camsim: %s (see --help)\n", e.what());
+        return 2;
+    }
+
+    PlatformClock::setTimeScale(s.timeScale);
+    if (s.protocol == "ascii") {
+        if (!s.model.empty() && findAsciiModel(s.model) == nullptr) {
+            std::fprintf(stderr, "camsim: %s is not an ascii model (%s)\n", s.model.c_str(),
+                         asciiModelNames("|").c_str());
+            return 2;
+        }
+        if (s.module != 0 || s.errorReply || s.baudIndex != 0) {
+            std::fprintf(stderr, "camsim: --module, --error-reply and --baud-index are visca "
+                                 "options\n");
+            return 2;
+        }
+        AsciiSimulator sim(s.model.empty() ? nullptr : findAsciiModel(s.model));
+        return serve(sim, s);
+    }
+    if (!s.model.empty() && findViscaModel(s.model) == nullptr) {
+        std::fprintf(stderr, "camsim: %s is not a visca model (%s)\n", s.model.c_str(),
+                     viscaModelNames("|").c_str());
+        return 2;
+    }
+    ViscaSimulator::Options options;
+    options.baudIndex = s.baudIndex;
+    options.model = !s.model.empty() ? findViscaModel(s.model) : viscaModelOfModule(s.module);
+    ViscaSimulator sim(options);
+    return serve(sim, s);
 }

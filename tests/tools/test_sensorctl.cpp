@@ -1,8 +1,10 @@
 // Process tests of sensorctl (and camsim): output lines and exit status of the built programs.
+#include "platform/TermiosUARTController.h"
 #include "support/TestRoot.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
@@ -227,6 +229,28 @@ TEST_F(SensorctlProcess, SilentModuleMakesCommandsFailInBoundedTime) {
     // The frames did reach the module's end of the line.
     camsim.pump(Clock::now() + std::chrono::milliseconds(200));
     EXPECT_TRUE(contains(camsim.out, "rx 81 ")) << camsim.out;
+}
+
+// camsim playing an ASCII register module: a read answered from the model's
+// power-up registers (version 106 on the compatible module), the frame logged.
+TEST_F(SensorctlProcess, CamsimPlaysAnAsciiRegisterModule) {
+    Child camsim({KV_CAMSIM, "--protocol", "ascii", "--model", "compat", "--time-scale", "0.01"});
+    camsim.pump(Clock::now() + std::chrono::seconds(10), "\n");
+    const std::string device = camsim.out.substr(0, camsim.out.find('\n'));
+    ASSERT_TRUE(contains(device, "/dev/")) << device;
+    TermiosUARTController uart;
+    const int port = uart.open(device.c_str());
+    ASSERT_GE(port, 0);
+    ASSERT_EQ(uart.setParameter(port, 9600, 8, 1, 0), 1);
+    ASSERT_EQ(uart.send(port, ":RE1EE00", 8), 8);
+    // The test's clock runs fast: the answer is awaited in short reads, 2 s at most.
+    char answer[8] = {};
+    int got = 0;
+    for (const auto end = Clock::now() + std::chrono::seconds(2); got < 8 && Clock::now() < end;)
+        got += std::max(0, uart.recv(port, answer + got, 8 - got, 10));
+    EXPECT_EQ(std::string(answer, static_cast<size_t>(got)), ":RE1EE6A");
+    camsim.pump(Clock::now() + std::chrono::milliseconds(200));
+    EXPECT_TRUE(contains(camsim.out, "rx :RE1EE00")) << camsim.out;
 }
 
 // Module 80 has no serial line: with --simulate (and no record in the root)
