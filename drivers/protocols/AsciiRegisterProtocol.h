@@ -62,7 +62,8 @@ public:
     int sendNotice(const std::string& frame);
     // Sends a read request and takes the answer: all but its last n characters
     // must equal the request's (else it answers another frame and the attempt
-    // fails); the last n are the value. 1 with `value` set, or 0.
+    // fails); the last n are the value, and hex digits only (else the attempt
+    // fails too). 1 with `value` set, or 0 (n must be 1 to length - 1).
     int recvData(const std::string& request, int n, int& value);
 
 private:
