@@ -149,13 +149,7 @@ void AsciiSimulator::answer(std::string bytes, double now) {
         char& digit = bytes[kDataAt - 1];
         digit = digit == '0' ? '1' : '0';
     }
-    if (m_faults.take(ViscaFaults::CutShort))
-        bytes.resize(std::min(bytes.size(), static_cast<size_t>(std::max(0, m_faults.cutBytes))));
-    if (m_faults.take(ViscaFaults::Garbage))
-        bytes.insert(bytes.begin(), m_faults.garbage.begin(), m_faults.garbage.end());
-    double due = now;
-    if (m_faults.take(ViscaFaults::Late))
-        due += m_faults.lateSeconds;
+    double due = m_faults.bendAnswer(bytes, now);
     if (!m_queue.empty())
         due = std::max(due, m_queue.back().due);
     if (!bytes.empty())

@@ -1,6 +1,7 @@
 // Fault switches of the simulated VISCA module: how it misbehaves, and for how long.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <vector>
@@ -32,6 +33,17 @@ public:
     bool take(Kind kind);
     bool active(Kind kind) const;
     void clear();
+
+    // Bends an answer by the switches every answer goes through: cut short,
+    // garbage in front. Returns when it is due (late answers later than `now`).
+    template <class Sequence>
+    double bendAnswer(Sequence& bytes, double now) {
+        if (take(CutShort))
+            bytes.resize(std::min(bytes.size(), static_cast<size_t>(std::max(0, cutBytes))));
+        if (take(Garbage))
+            bytes.insert(bytes.begin(), garbage.begin(), garbage.end());
+        return take(Late) ? now + lateSeconds : now;
+    }
 
     double lateSeconds = 0.0;
     int errorSocket = 0;

@@ -300,13 +300,7 @@ void ViscaSimulator::handleEcho(const Bytes& frame, double now) {
 
 // Queues an answer after the faults that bend every answer have had their say.
 void ViscaSimulator::answer(Bytes bytes, double now) {
-    if (m_faults.take(ViscaFaults::CutShort))
-        bytes.resize(std::min(bytes.size(), static_cast<size_t>(std::max(0, m_faults.cutBytes))));
-    if (m_faults.take(ViscaFaults::Garbage))
-        bytes.insert(bytes.begin(), m_faults.garbage.begin(), m_faults.garbage.end());
-    double due = now;
-    if (m_faults.take(ViscaFaults::Late))
-        due += m_faults.lateSeconds;
+    double due = m_faults.bendAnswer(bytes, now);
     if (!m_queue.empty())
         due = std::max(due, m_queue.back().due);
     if (bytes.empty())
