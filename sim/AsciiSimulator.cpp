@@ -10,6 +10,7 @@
 namespace {
 
 constexpr char kStart = ':';
+constexpr size_t kMaskFrame = 4;
 constexpr size_t kMinFrame = 8;  // ":WFCC820"
 constexpr size_t kMaxFrame = 10; // ":RFB380000"
 constexpr size_t kAddressAt = 2;
@@ -105,6 +106,13 @@ void AsciiSimulator::endFrame(double now) {
 }
 
 void AsciiSimulator::handleFrame(const std::string& frame, double now) {
+    // The zoom modules' privacy-mask commands, A1 <command> <argument> FF, are
+    // binary and echoed whole.
+    if (frame.size() == kMaskFrame && static_cast<unsigned char>(frame[0]) == 0xA1 &&
+        static_cast<unsigned char>(frame[3]) == 0xFF) {
+        answer(frame, now);
+        return;
+    }
     if (frame.size() < kMinFrame)
         return;
     const int address = AsciiRegisterProtocol::ascToHex(frame.substr(kAddressAt, 4));
@@ -145,7 +153,7 @@ void AsciiSimulator::handleFrame(const std::string& frame, double now) {
 
 // Queues an answer after the fault switches have bent it.
 void AsciiSimulator::answer(std::string bytes, double now) {
-    if (m_faults.take(ViscaFaults::WrongEcho)) {
+    if (bytes.size() >= kDataAt && m_faults.take(ViscaFaults::WrongEcho)) {
         char& digit = bytes[kDataAt - 1];
         digit = digit == '0' ? '1' : '0';
     }

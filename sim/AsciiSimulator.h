@@ -23,7 +23,9 @@
 // frame ":WFCBBAA9" is echoed as it came. A read ("R") is answered with the
 // request whose placeholder carries the register's value, in as many digits as
 // the placeholder has. A special read ("r", the initialisation-complete
-// notice) is accepted without an answer. Malformed frames go unanswered.
+// notice) is accepted without an answer. The zoom modules' binary privacy-mask
+// commands (A1 <command> <argument> FF) are echoed. Malformed frames go
+// unanswered.
 // Every frame received is recorded; the fault switches (shared with the VISCA
 // simulator: silence, late, wrong echo, cut short, garbage) make the module
 // misbehave like one on a noisy line. Times are device seconds of the platform

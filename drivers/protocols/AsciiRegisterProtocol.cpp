@@ -35,7 +35,8 @@ const char* const AsciiRegisterProtocol::kInitComplete = ":rE1ED0000";
 
 AsciiRegisterProtocol::AsciiRegisterProtocol(SafePointer<IUARTController>& uart, int& port,
                                              KVMutex& lock, ISensorController& log)
-    : m_uart(uart), m_nPort(port), m_lock(lock), m_log(log), m_szRecv() {}
+    : m_uart(uart), m_nPort(port), m_lock(lock), m_log(log), m_szWriteName(kWriteName), m_szRecv() {
+}
 
 std::string AsciiRegisterProtocol::assembleString(const std::string& prefix, int value, int width) {
     width = std::clamp(width, 1, 8);
@@ -75,7 +76,7 @@ int AsciiRegisterProtocol::sendData(const std::string& frame) {
     const int len = static_cast<int>(frame.size());
     KVMutexLocker guard(m_lock, __FILE__, __LINE__);
     for (int attempt = 1; attempt <= kAttempts && !PlatformClock::stopRequested(); ++attempt) {
-        if (!write(frame, attempt, kWriteName))
+        if (!write(frame, attempt, m_szWriteName))
             continue;
         const int got = readAnswer(len, kEchoTimeout);
         if (got != len) {
@@ -103,7 +104,7 @@ int AsciiRegisterProtocol::sendNotice(const std::string& frame) {
         return 0;
     KVMutexLocker guard(m_lock, __FILE__, __LINE__);
     for (int attempt = 1; attempt <= kAttempts && !PlatformClock::stopRequested(); ++attempt) {
-        if (write(frame, attempt, kWriteName))
+        if (write(frame, attempt, m_szWriteName))
             return 1;
     }
     return 0;

@@ -57,6 +57,11 @@ public:
     // initialisation-complete frame is sent without reading. 1 on success,
     // 0 after three failed attempts.
     int sendData(const std::string& frame);
+    // The operation a failed write of sendData names in its log line
+    // ("===send(n times) @<name> failed,send(n):"); "setParameterValue"
+    // unless a module's driver says otherwise.
+    void setWriteName(const char* name) { m_szWriteName = name; }
+
     // Writes a frame the module does not answer (retrying a short write) and
     // reads nothing. 1 when all of it went out.
     int sendNotice(const std::string& frame);
@@ -79,5 +84,6 @@ private:
     int& m_nPort;
     KVMutex& m_lock;
     ISensorController& m_log;
+    const char* m_szWriteName;
     char m_szRecv[kMaxReply];
 };

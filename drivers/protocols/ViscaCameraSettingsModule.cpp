@@ -1,4 +1,5 @@
 // VISCA block camera: DC frame, video-format register, 2A gain, serial settings text.
+#include "drivers/protocols/SerialSettings.h"
 #include "drivers/protocols/ViscaCameraSettings.h"
 
 #include "controller/ISensorController.h"
@@ -84,17 +85,5 @@ int ViscaCameraSettings::handGainTo2A(const char* failure) {
 }
 
 bool ViscaCameraSettings::parseSerialSettings(const std::string& text, int fields[4]) {
-    const int count =
-        std::sscanf(text.c_str(), "%d,%d,%d,%d", &fields[0], &fields[1], &fields[2], &fields[3]);
-    if (count < 4) {
-        m_owner.ErrorPrintf("parse RS485 param failed,nRet=%d", count);
-        return false;
-    }
-    // Taken only as exactly four numbers: "9600,8,0,1xyz" is refused.
-    if (!kvconfig::parseDecimalIntList(text, fields, 4)) {
-        m_owner.ErrorPrintf("parse RS485 param failed: (%s) is not \"%%d,%%d,%%d,%%d\"",
-                            text.c_str());
-        return false;
-    }
-    return true;
+    return ::parseSerialSettings(m_owner, text, fields);
 }

@@ -1,0 +1,191 @@
+// Hitach-compatible block module: version, register table, video system, day/night.
+#include "drivers/modules/HitachCompatSenseController.h"
+
+#include "platform/GlobalEnv.h"
+
+#include <cstdio>
+
+namespace {
+
+constexpr int kIrisVoltage = 18;
+constexpr int kAutoIris = 17;
+constexpr int kWBMode = 19;
+constexpr int kAdjustLens = 20;
+constexpr int kTNFModeId = 21;
+constexpr int kFocusUp = 54;
+constexpr int kFocusDown = 55;
+
+std::vector<ascii::Setting> compatSettings() {
+    using namespace ascii;
+    return {
+        {kBrightness, "setBrightness", 0, 100, nullptr, {always({value(":WFD9E", 255, 100)})}},
+        {kSharpness, "setVerticalSharpness", 0, 100, nullptr, {always({value(":WFBF9", 63, 100)})}},
+        {kSaturation, "setSaturation", 0, 100, nullptr, {always({value(":WFC10", 255, 100)})}},
+        {kNightColor, "setNightColor", 0, 255, nullptr, {always({value(":WFC11")})}},
+        {kCameraMode, "setCameraMode", 0, 4, nullptr, cameraModeRules()},
+        {kMaxGain, "setMaxGain", 0, 160, "p_nMaxGain out of range", {always({value(":WFA20")})}},
+        {kDNSensitivity, "setDNSensitivity", 1, 3, nullptr, dnSensitivityRules()},
+        {kFixShutter, "setFixShutter", kAny, INT_MAX, nullptr, fixShutterRules()},
+        {kMirror, "setMirror", 0, 3, nullptr, mirrorRules()},
+        {kFocusDistance,
+         "setFocusDistance",
+         0,
+         3,
+         nullptr,
+         {on(0, {text(":WE13900")}), on(1, {text(":WE139F7")}), on(2, {text(":WE139F9")}),
+          on(3, {text(":WE139F8")})}},
+        {kFocusMode,
+         "setFocusMode",
+         0,
+         2,
+         nullptr,
+         {on(0, {text(":WFF0E09")}), on(1, {text(":WFF0E08")}), on(2, {text(":WFF0E00")})}},
+        {kHoriSharpness, "setHoriSharpness", 0, 100, nullptr, {always({value(":WFBF6", 63, 100)})}},
+        {kAutoIris,
+         "setAutoIris",
+         0,
+         1,
+         nullptr,
+         {on(0, {text(":WFFFB00")}), on(1, {text(":WFFFB01")})}},
+        {kIrisVoltage,
+         "setIrisVoltage",
+         0,
+         33,
+         "p_nIrisVoltage is out of range",
+         {always({value(":WFFFD")})}},
+        {kWBMode,
+         "setWBMode",
+         0,
+         1,
+         "setWBMode is out of range",
+         {on(0, {text(":WFBFF00")}), on(1, {text(":WFBFF08")})}},
+        {kAdjustLens, "setAdjustLens", kAny, INT_MAX, nullptr, {always({text(":WE139F4")})}},
+        {kFocusUp,
+         "FocusUp",
+         kAny,
+         INT_MAX,
+         nullptr,
+         {always({text(":WFCBBAA"), text(":WFCBBFE")})}},
+        // Nine characters on purpose: the module takes the step down so.
+        {kFocusDown,
+         "FocusDown",
+         kAny,
+         INT_MAX,
+         nullptr,
+         {always({text(":WFCBBAA9"), text(":WFCBBFE")})}},
+    };
+}
+
+const AsciiRegisterModule::VideoSystemMap kVideoSystems = {
+    {
+        {{1}, 1280, 720, nullptr, {0x00}, {":WFFFE00"}},
+        {{0, 2}, 1280, 960, nullptr, {0x02}, {":WFFFE02"}},
+        {{0, 2}, 1280, 720, nullptr, {0x03}, {":WFFFE03"}},
+    },
+    {{":RFFFE00", 2, "get video system failed"}},
+    nullptr,
+    "video system change",
+    "HitachCompat setSensorVideoSystem failed",
+    {},
+};
+
+// FFE6: bit 7 says the module has a state, bit 6 that it is night.
+int controlDayNight(int value) {
+    if ((value & 0xC0) == 0xC0)
+        return 1;
+    if ((value & 0xC0) == 0x80)
+        return 0;
+    return -1;
+}
+
+const AsciiRegisterModule::DayNightRead kStateRegister = {
+    {":RFFE700", 2, "recvData 1@getDNbody failed"}, &AsciiRegisterModule::plainDayNight};
+const AsciiRegisterModule::DayNightRead kControlRegister = {
+    {":RFFE600", 2, "recvData @getDNbody failed"}, &controlDayNight};
+
+} // namespace
+
+HitachCompatSenseController::HitachCompatSenseController()
+    : ISensorController(kSensorType),
+      m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, compatSettings()) {
+    m_pIdManager->addParameterId(IdManager::Common, 1, 4);
+    m_pIdManager->addParameterId(IdManager::Common, 6, 7);
+    m_pIdManager->addParameterId(IdManager::Common, 9, 10);
+    m_pIdManager->addParameterId(IdManager::Common, 12, 14);
+    m_pIdManager->addParameterId(IdManager::Common, 16, 19);
+    m_pIdManager->addParameterId(IdManager::SetOnly, kAdjustLens);
+    m_pIdManager->addParameterId(IdManager::Common, kTNFModeId);
+    m_pIdManager->addParameterId(IdManager::SetOnly, kFocusUp, kFocusDown);
+    m_objModule.setBaseParameters(
+        [this](int i, int v) { return ISensorController::setParameterToSensor(i, v); },
+        [this](int i, int& v) { return ISensorController::getParameterFromSensor(i, v); });
+    m_objModule.addOperation(
+        kTNFModeId, [this](int v) { return setTNFMode(v); },
+        [this](int& v) { return getTNFMode(v); });
+    m_objModule.addThread(makeMemberThread<HitachCompatSenseController>(
+        this, &HitachCompatSenseController::getDNbody, "getDN"));
+}
+
+HitachCompatSenseController::~HitachCompatSenseController() {
+    m_objModule.stopThreads(m_DNChangeThread.get());
+}
+
+int HitachCompatSenseController::initController(int, ModuleConfigure const& config) {
+    ModuleParameterParser detail;
+    if (m_objModule.openSerial(config, detail) == 0)
+        return 0;
+    int version = 0;
+    if (m_objModule.protocol().recvData(":RE1EE00", 2, version) == 0) {
+        ErrorPrintf("get SensorConfigVersion failed");
+        return 0;
+    }
+    m_nSensorVersion = version;
+    if (GlobalEnv::getInstance()->getPrintFlag() != 0)
+        std::printf("m_nSensorVersion=%d\n", m_nSensorVersion);
+    if (m_objModule.startThreads() != 0)
+        InitPrintf("thread start success");
+    return 1;
+}
+
+int HitachCompatSenseController::setSensorVideoSystem(int videoSystem,
+                                                      VideoResolution const& resolution) {
+    return m_objModule.setVideoSystem(kVideoSystems, videoSystem, resolution, false);
+}
+
+int HitachCompatSenseController::NotifySensorInitComplate() {
+    return m_objModule.protocol().sendData(AsciiRegisterProtocol::kInitComplete);
+}
+
+int HitachCompatSenseController::setParameterToSensor(int id, int value) {
+    return m_objModule.setParameter(id, value);
+}
+
+int HitachCompatSenseController::getParameterFromSensor(int id, int& value) {
+    return m_objModule.getParameter(id, value);
+}
+
+int HitachCompatSenseController::getMirrorValue(int& value) {
+    value = m_objModule.stored(ascii::kMirror);
+    return 1;
+}
+
+int HitachCompatSenseController::FocusUp() {
+    return m_objModule.apply(kFocusUp, 0);
+}
+
+int HitachCompatSenseController::FocusDown() {
+    return m_objModule.apply(kFocusDown, 0);
+}
+
+int HitachCompatSenseController::getDNStatusFromSensor(int& status) {
+    return m_objModule.dayNightStatus(status);
+}
+
+int HitachCompatSenseController::getDayNightState(int& state) {
+    return m_objModule.dayNightStatus(state);
+}
+
+int HitachCompatSenseController::getDNbody() {
+    return m_objModule.pollDayNight(m_nSensorVersion == kFFE7Version ? kStateRegister
+                                                                     : kControlRegister);
+}

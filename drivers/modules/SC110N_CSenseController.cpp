@@ -1,0 +1,137 @@
+// SC110N-C zoom block module: version, register table, masks, video system, day/night.
+#include "drivers/modules/SC110N_CSenseController.h"
+
+#include "platform/GlobalEnv.h"
+
+#include <cstdio>
+
+namespace {
+
+using C = SC110N_CSenseController;
+
+// The reference table and the noise reduction: mode 0/1, level 0..100 in
+// both noise filters.
+std::vector<ascii::Setting> sc110nSettings() {
+    using namespace ascii;
+    std::vector<Setting> settings = referenceSettings();
+    settings.push_back({C::kNRMode,
+                        "setNRMode",
+                        0,
+                        1,
+                        "p_nNRMode(%d) out of range\n",
+                        {on(0, {text(":WFF4A00")}), on(1, {text(":WFF4A01")})}});
+    settings.push_back({C::kManualNR,
+                        "setManualNR",
+                        0,
+                        100,
+                        "p_nManualNR(%d) out of range\n",
+                        {always({value(":WFF4F", 255, 100), value(":WFF4B", 255, 100)})}});
+    return settings;
+}
+
+const AsciiRegisterModule::VideoSystemMap kVideoSystems = {
+    {
+        {{1}, 0, 0, "_______set PAL", {0x01}, {":W170101"}},
+        {{0, 2}, 0, 0, "_______set NTSC", {0xFF}, {":W1701FF"}},
+    },
+    {{":R170100", 2, "get video system failed"}},
+    nullptr,
+    "video system change!",
+    "SC110N_C setSensorVideoSystem failed",
+    {},
+};
+
+const AsciiRegisterModule::DayNightRead kDayNight = {{":RFFE700", 2, "recvData @getDNbody failed"},
+                                                     &AsciiRegisterModule::plainDayNight};
+
+} // namespace
+
+SC110N_CSenseController::SC110N_CSenseController()
+    : IDMX420ZoomSensorController(kSensorType),
+      m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, sc110nSettings(),
+                  ascii::kPicMode) {
+    m_pIdManager->addParameterId(IdManager::Common, 1, 4);
+    m_pIdManager->addParameterId(IdManager::Common, 6, 11);
+    m_pIdManager->addParameterId(IdManager::Common, 13, 18);
+    m_pIdManager->addParameterId(IdManager::KeepDefaultValue, kManualNR);
+    m_pIdManager->addParameterId(IdManager::SetOnly, kMaskRegion);
+    m_pIdManager->addParameterId(IdManager::SetOnly, kFirstMaskAction, kFirstMaskAction + 7);
+    m_bBaseDNSwitch = false;
+    m_objModule.protocol().setWriteName("sendData");
+    // The scheme ids go to the controller base: the zoom base's parameter
+    // hooks are defaults that take every id.
+    m_objModule.setBaseParameters(
+        [this](int i, int v) { return ISensorController::setParameterToSensor(i, v); },
+        [this](int i, int& v) { return ISensorController::getParameterFromSensor(i, v); });
+    m_objModule.addOperation(
+        kTNFModeId, [this](int v) { return setTNFMode(v); },
+        [this](int& v) { return getTNFMode(v); });
+    m_objModule.addOperation(
+        kMaskRegion, [this](int v) { return setRegion(v); },
+        [this](int& v) { return getRegion(v); });
+    using Action = int (IDMX420ZoomSensorController::*)();
+    static const Action kMaskActions[] = {
+        &C::setMask,       &C::showMask,      &C::hideMask,      &C::clearMask,
+        &C::increaseWidth, &C::decreaseWidth, &C::increaseHight, &C::decreaseHight,
+    };
+    int id = kFirstMaskAction;
+    for (Action action : kMaskActions)
+        m_objModule.addOperation(id++, [this, action](int) { return (this->*action)(); });
+    m_objModule.addThread(makeMemberThread<SC110N_CSenseController>(
+        this, &SC110N_CSenseController::getDNbody, "getDN"));
+}
+
+SC110N_CSenseController::~SC110N_CSenseController() {
+    m_objModule.stopThreads(m_DNChangeThread.get());
+}
+
+int SC110N_CSenseController::initController(int, ModuleConfigure const& config) {
+    ModuleParameterParser detail;
+    if (m_objModule.openSerial(config, detail) == 0)
+        return 0;
+    // An old module may not know the register: it is then taken as old.
+    int version = 0;
+    if (m_objModule.protocol().recvData(":RFB380000", 4, version) == 0) {
+        ErrorPrintf("get sensor version failed");
+        version = 0;
+    }
+    m_nSensorVersion = version;
+    if (GlobalEnv::getInstance()->getPrintFlag() != 0)
+        std::printf("____get sensor version = %d,==0:old . >0 new  \n", m_nSensorVersion);
+    m_objModule.startThreads();
+    return 1;
+}
+
+int SC110N_CSenseController::setSensorVideoSystem(int videoSystem,
+                                                  VideoResolution const& resolution) {
+    return m_objModule.setVideoSystem(kVideoSystems, videoSystem, resolution, false);
+}
+
+int SC110N_CSenseController::NotifySensorInitComplate() {
+    return m_objModule.protocol().sendData(AsciiRegisterProtocol::kInitComplete);
+}
+
+int SC110N_CSenseController::setParameterToSensor(int id, int value) {
+    return m_objModule.setParameter(id, value);
+}
+
+int SC110N_CSenseController::getParameterFromSensor(int id, int& value) {
+    return m_objModule.getParameter(id, value);
+}
+
+int SC110N_CSenseController::getMirrorValue(int& value) {
+    value = m_objModule.stored(ascii::kMirror);
+    return 1;
+}
+
+int SC110N_CSenseController::getDNStatusFromSensor(int& status) {
+    return m_objModule.dayNightStatus(status);
+}
+
+int SC110N_CSenseController::getDayNightState(int& state) {
+    return m_objModule.dayNightStatus(state);
+}
+
+int SC110N_CSenseController::getDNbody() {
+    return m_objModule.pollDayNight(kDayNight);
+}
