@@ -1,66 +1,16 @@
 // Fuzz target: whatever a VISCA module sends, through a serial-port double, into the reply
 // reader, the acknowledged command and the inquiry of the shared transport.
 #include "FuzzRoot.h"
+#include "ServedUART.h"
 #include "drivers/platform/IDMX420ZoomSensorController.h"
 
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 namespace {
 
-// The module's side of the line. The input is a run of segments, each a length byte and
-// that many bytes; each frame sent releases the next segment onto the line, and a receive
-// with nothing left on the line times out at once. Everything released since the last
-// mark is kept, so an accepted answer can be checked against what the module sent.
-class ServedUART : public IUARTController {
-public:
-    void serve(const std::uint8_t* data, std::size_t size) {
-        m_input.assign(reinterpret_cast<const char*>(data), size);
-        m_nNext = 0;
-        m_strLine.clear();
-        mark();
-    }
-    void mark() {
-        m_strSent.clear();
-        m_nSends = 0;
-    }
-    const std::string& released() const { return m_strSent; }
-    int sends() const { return m_nSends; }
-
-    int open(const char*) override { return 0; }
-    int setParameter(int, int, int, int, int) override { return 1; }
-    int send(int, const char*, int len) override {
-        ++m_nSends;
-        if (m_nNext < m_input.size()) {
-            const std::size_t length = static_cast<std::uint8_t>(m_input[m_nNext++]);
-            const std::string segment = m_input.substr(m_nNext, length);
-            m_nNext += segment.size();
-            m_strLine += segment;
-            m_strSent += segment;
-        }
-        return len;
-    }
-    int recv(int, char* buf, int len, int) override {
-        const std::size_t n = std::min(m_strLine.size(), static_cast<std::size_t>(len));
-        std::memcpy(buf, m_strLine.data(), n);
-        m_strLine.erase(0, n);
-        return static_cast<int>(n);
-    }
-    int clearRecvBuffer(int) override {
-        m_strLine.clear();
-        return 1;
-    }
-    int close(int) override { return 1; }
-
-private:
-    std::string m_input;
-    std::size_t m_nNext = 0;
-    std::string m_strLine;
-    std::string m_strSent;
-    int m_nSends = 0;
-};
+using kvfuzz::ServedUART;
 
 class Link : public IDMX420ZoomSensorController {
 public:

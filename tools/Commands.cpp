@@ -66,8 +66,18 @@ bool Commands::execute(const std::string& label, const Action& action, bool quie
 }
 
 void Commands::showFrames() {
+    if (!m_bVerbose)
+        return;
+    // An ASCII register frame is printable as it came: "> :WFCC820".
+    if (AsciiSimulator* ascii = m_session.asciiSimulator()) {
+        const std::vector<std::string> frames = ascii->frames();
+        for (size_t i = m_nFramesShown; i < frames.size(); ++i)
+            m_console.result("> " + frames[i]);
+        m_nFramesShown = frames.size();
+        return;
+    }
     ViscaSimulator* sim = m_session.simulator();
-    if (!m_bVerbose || sim == nullptr)
+    if (sim == nullptr)
         return;
     const std::vector<ViscaSimulator::Bytes> frames = sim->frames();
     for (size_t i = m_nFramesShown; i < frames.size(); ++i) {

@@ -1,6 +1,8 @@
 // Command-line options of sensorctl and the commands given on the command line.
 #include "tools/Options.h"
 
+#include "tools/DriverClasses.h"
+
 #include <CLI/CLI.hpp>
 
 #include <cstdlib>
@@ -40,9 +42,13 @@ serial line and needs none: the simulated ISP driver, starting from its power-up
 in for it, with or without --simulate. Without --root, --simulate works in a temporary
 directory, which is removed at the end.
 
+--driver CLASS builds that controller class itself instead of the module id's, with the module
+record of the id it drives (or the class's sample record) and, with --simulate, its simulator.
+
 Examples:
   sensorctl --simulate --time-scale 0.01 -- set saturation=60 -- get saturation
   sensorctl --module 80 --simulate --time-scale 0.01 -- light 80 -- wait 7 -- dnstate
+  sensorctl --driver CMD8300SenseController --simulate --time-scale 0.01 -- set saturation=60 -- get saturation
   printf 'dump\ndnstate\n' | sensorctl --root /tmp/unit --device /dev/ttyUSB0)";
 
 bool parseResolution(const std::string& text, int& width, int& height) {
@@ -77,6 +83,11 @@ ParseResult parseOptions(int argc, char** argv, Options& options) {
     app.add_option("--module", options.moduleId,
                    "module id (default: the module in ROOT/hd1/moduleConfig/moduleConfig.xml)")
         ->check(CLI::Range(0, 100000));
+    app.add_option("--driver", options.driver,
+                   "build the controller class CLASS directly instead of the module id's, and "
+                   "run it as the manager would (" +
+                       driverClassNames(", ") + ")")
+        ->option_text("CLASS");
     app.add_option("--detail", options.detail,
                    "module detail text, overriding the configuration (\"name=value;...\")");
     app.add_option("--params", options.params,
@@ -110,6 +121,18 @@ ParseResult parseOptions(int argc, char** argv, Options& options) {
     if (!parseResolution(resolution, options.width, options.height)) {
         result.exitCode = 2;
         result.message = "sensorctl: --resolution must be WxH, e.g. 1920x1080";
+        return result;
+    }
+    if (app.count("--driver") > 0 && findDriverClass(options.driver) == nullptr) {
+        result.exitCode = 2;
+        result.message = "sensorctl: no controller class \"" + options.driver +
+                         "\" (known: " + driverClassNames(", ") + ")";
+        return result;
+    }
+    if (app.count("--driver") > 0 && app.count("--module") > 0) {
+        result.exitCode = 2;
+        result.message = "sensorctl: --driver and --module exclude each other (the class decides "
+                         "the module)";
         return result;
     }
     options.detailGiven = app.count("--detail") > 0;

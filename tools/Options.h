@@ -10,6 +10,7 @@ struct Options {
     std::string root;       // filesystem root ("" = $KV_ROOT, else /)
     bool rootGiven = false; // --root or $KV_ROOT named one
     int moduleId = -1;      // -1: from moduleConfig.xml
+    std::string driver;     // controller class built directly ("" = through the manager)
     std::string detail;     // overrides when detailGiven
     bool detailGiven = false;
     std::string params; // overrides when paramsGiven

@@ -10,27 +10,19 @@
 #include "platform/PlatformClock.h"
 #include "platform/TermiosUARTController.h"
 #include "platform/kvia.h"
+#include "sim/AsciiModels.h"
 #include "sim/ViscaModels.h"
 #include "tools/HostGpio.h"
 #include "tools/ParameterNames.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <vector>
 
 namespace fs = std::filesystem;
 
 namespace {
-
-// The sample unit's module record, used when simulating without one.
-const char* const kSampleDetail = "RS485=/dev/ttyS1;isInfrared=1;isNewInfrared=1;generation=3";
-const char* const kSampleParameters =
-    "RS485=9600,8,0,1;DCDay=1,3;DCNight=0,3;toDayADCVal=600;toNightADCVal=400;toDayDelay=5;"
-    "GUIConfig=FBS8300GUIConfig.xml;Prefix=FBS8300";
-// The on-chip ISP unit's: no serial line and no IR lamp (day/night from the
-// ISP's light measure); GPIO is the output line its start-up sets.
-const char* const kIspSampleDetail = "autoFocus=0;manualFocus=0;fisheye=0;isInfrared=0;autoIris=0";
-const char* const kIspSampleParameters = "GPIO=0,10,1";
 
 bool isIspModule(int moduleId) {
     return moduleId == AmbaS2SenseController::kSensorType;
@@ -41,10 +33,11 @@ constexpr int kDaylightReading = 700;
 
 const char* const kPwmPaths[3] = {"/dev/pwm1", "/dev/pwm2", "/dev/pwm4"};
 
-// Replaces the serial device in a detail text (RS485= or RS232=, added as
-// RS485= when neither is there).
+// Replaces the serial device in a detail text (RS485=, RS232= or, as the
+// ASCII register modules name it, RS232DeviceName=; added as RS485= when none
+// is there).
 std::string withDevice(const std::string& detail, const std::string& device) {
-    for (const char* key : {"RS485=", "RS232="}) {
+    for (const char* key : {"RS485=", "RS232=", "RS232DeviceName="}) {
         size_t at = 0;
         while ((at = detail.find(key, at)) != std::string::npos) {
             if (at == 0 || detail[at - 1] == ';')
@@ -53,7 +46,7 @@ std::string withDevice(const std::string& detail, const std::string& device) {
         }
         if (at == std::string::npos)
             continue;
-        const size_t begin = at + 6;
+        const size_t begin = at + std::strlen(key);
         const size_t end = detail.find(';', begin);
         return detail.substr(0, begin) + device +
                (end == std::string::npos ? std::string() : detail.substr(end));
@@ -80,12 +73,15 @@ bool configValue(const std::string& text, const std::string& key, std::string& v
     return false;
 }
 
-Session::Session(const Options& options) : m_objOptions(options) {}
+Session::Session(const Options& options)
+    : m_objOptions(options), m_pDriverClass(findDriverClass(options.driver)) {}
 
 Session::~Session() {
     // The controller (and its threads) go first, then what it used.
     m_pManager.reset();
+    m_pDriver.reset();
     m_pSim.reset();
+    m_pAsciiSim.reset();
     if (!m_objOptions.realDevices)
         DeviceIoctl::unregisterAll();
     if (!m_strTempRoot.empty()) {
@@ -112,7 +108,7 @@ bool Session::prepare(std::string& error) {
         return false;
 #ifdef KV_SIMULATED_ISP
     // The ISP's words as after power-up, for the unit's first factory file.
-    if (simulatedIsp() && isIspModule(m_objModule.getModuleId()))
+    if (simulatedIsp() && simulatorKind() == DriverSimulator::Isp)
         KviaSimulator::loadPowerUpValues();
 #endif
     return true;
@@ -148,23 +144,29 @@ bool Session::prepareRoot(std::string& error) {
 bool Session::loadModule(std::string& error) {
     std::vector<ModuleConfigure> modules;
     ModuleConfigureParser::parse(modules);
+    // --driver: the record of the module id the class drives.
+    const int wanted = m_pDriverClass != nullptr ? makeDriver() : m_objOptions.moduleId;
     bool found = false;
     for (const ModuleConfigure& module : modules) {
-        if (m_objOptions.moduleId < 0 || module.getModuleId() == m_objOptions.moduleId) {
+        if (wanted < 0 || module.getModuleId() == wanted) {
             m_objModule = module;
             found = true;
             break;
         }
     }
     if (!found) {
-        // A module with a simulator model but no record (simulated, or named
+        // A --driver class without a record runs on its row's sample. A
+        // module with a simulator model but no record (simulated, or named
         // with --module) gets the sample unit's: its serial line, lamp and DC keys
         // suit every VISCA model. The on-chip ISP gets its own sample.
         const int sampleId = m_objOptions.moduleId < 0 ? AmbaS2FBS8300SenseController::kSensorType
                                                        : m_objOptions.moduleId;
         const bool sample = m_objOptions.simulate || m_objOptions.moduleId >= 0;
-        if (sample && viscaModelOfModule(sampleId) != nullptr) {
-            m_objModule = ModuleConfigure(sampleId, kSampleDetail, kSampleParameters);
+        if (m_pDriverClass != nullptr) {
+            m_objModule =
+                ModuleConfigure(wanted, m_pDriverClass->detail, m_pDriverClass->parameters);
+        } else if (sample && viscaModelOfModule(sampleId) != nullptr) {
+            m_objModule = ModuleConfigure(sampleId, kViscaSampleDetail, kViscaSampleParameters);
         } else if (sample && isIspModule(sampleId)) {
             m_objModule = ModuleConfigure(sampleId, kIspSampleDetail, kIspSampleParameters);
         } else if (m_objOptions.moduleId >= 0) {
@@ -179,19 +181,52 @@ bool Session::loadModule(std::string& error) {
         m_objModule.setDetail(m_objOptions.detail);
     if (m_objOptions.paramsGiven)
         m_objModule.setParameters(m_objOptions.params);
-    if (m_objOptions.simulate && !isIspModule(m_objModule.getModuleId())) {
-        // The simulator plays the model of the module's id (the on-chip ISP
-        // has no serial line: its stand-in is the simulated ISP driver).
-        ViscaSimulator::Options simOptions;
-        simOptions.model = viscaModelOfModule(m_objModule.getModuleId());
-        m_pSim = std::make_unique<ViscaSimulator>(simOptions);
-        if (!m_pSim->isRunning()) {
-            error = "the module simulator could not start (no pseudo-terminal)";
-            return false;
-        }
-        m_objModule.setDetail(withDevice(m_objModule.getDetail(), m_pSim->slavePath()));
-    } else if (!m_objOptions.device.empty())
+    const DriverSimulator kind = simulatorKind();
+    if (m_objOptions.simulate && (kind == DriverSimulator::Visca || kind == DriverSimulator::Ascii))
+        return startSimulator(error);
+    if (!m_objOptions.device.empty())
         m_objModule.setDetail(withDevice(m_objModule.getDetail(), m_objOptions.device));
+    return true;
+}
+
+int Session::makeDriver() {
+    m_pDriver.reset();
+    m_pDriver.emplace(m_pDriverClass->make());
+    m_bDriverUsed = false;
+    return (*m_pDriver)->getSensorType();
+}
+
+DriverSimulator Session::simulatorKind() const {
+    if (m_pDriverClass != nullptr)
+        return m_pDriverClass->simulator;
+    // Through the manager: the VISCA model of the module id (the default
+    // model for an id without one), the simulated ISP driver for the on-chip
+    // ISP, which has no serial line.
+    return isIspModule(m_objModule.getModuleId()) ? DriverSimulator::Isp : DriverSimulator::Visca;
+}
+
+// The simulator takes the place of the record's serial device.
+bool Session::startSimulator(std::string& error) {
+    const char* model = m_pDriverClass != nullptr ? m_pDriverClass->model : nullptr;
+    std::string device;
+    if (simulatorKind() == DriverSimulator::Ascii) {
+        m_pAsciiSim =
+            std::make_unique<AsciiSimulator>(model != nullptr ? findAsciiModel(model) : nullptr);
+        if (m_pAsciiSim->isRunning())
+            device = m_pAsciiSim->slavePath();
+    } else {
+        ViscaSimulator::Options simOptions;
+        simOptions.model = model != nullptr ? findViscaModel(model)
+                                            : viscaModelOfModule(m_objModule.getModuleId());
+        m_pSim = std::make_unique<ViscaSimulator>(simOptions);
+        if (m_pSim->isRunning())
+            device = m_pSim->slavePath();
+    }
+    if (device.empty()) {
+        error = "the module simulator could not start (no pseudo-terminal)";
+        return false;
+    }
+    m_objModule.setDetail(withDevice(m_objModule.getDetail(), device));
     return true;
 }
 
@@ -200,19 +235,40 @@ bool Session::init(std::string& error) {
     // Sysfs lines only where they are the unit's: real devices, or files under a root.
     const bool sysfs = m_objOptions.realDevices || !kvroot::root().empty();
     m_pManager.reset();
-    m_pManager = std::make_unique<SensorControllerManager>();
     m_pGpio = new HostGpio(sysfs);
-    m_pManager->setUARTController(SafePointer<IUARTController>(new TermiosUARTController()));
-    m_pManager->setGPIO(SafePointer<IGPIO>(m_pGpio));
     const VideoResolution resolution(m_objOptions.width, m_objOptions.height);
-    m_pManager->init(m_objOptions.videoSystem, resolution, m_objModule);
+    if (m_pDriverClass != nullptr) {
+        initDriver(resolution);
+    } else {
+        m_pManager = std::make_unique<SensorControllerManager>();
+        m_pManager->setUARTController(SafePointer<IUARTController>(new TermiosUARTController()));
+        m_pManager->setGPIO(SafePointer<IGPIO>(m_pGpio));
+        m_pManager->init(m_objOptions.videoSystem, resolution, m_objModule);
+    }
     m_bInitialised = m_pGpio->isInitComplete();
     if (!m_bInitialised) {
-        error = "module " + std::to_string(m_objModule.getModuleId()) + " did not initialise";
+        error =
+            (m_pDriverClass != nullptr ? std::string(m_pDriverClass->name)
+                                       : "module " + std::to_string(m_objModule.getModuleId())) +
+            " did not initialise";
         return false;
     }
     settleScheme();
     return true;
+}
+
+void Session::initDriver(const VideoResolution& resolution) {
+    // A controller is brought up once: another init gets a new one, as the
+    // manager's does, and the old one is gone (its port closed) first.
+    if (m_bDriverUsed)
+        makeDriver();
+    m_bDriverUsed = true;
+    SafePointer<ISensorController>& driver = *m_pDriver;
+    const SafePointer<IGPIO> gpio(m_pGpio);
+    driver->setOperator(SafePointer<IUARTController>(new TermiosUARTController()), gpio);
+    // Only after a good start may the GPIO side put its lines into working order.
+    if (driver->init(m_objOptions.videoSystem, m_objModule, resolution) != 0)
+        m_pGpio->initComplete();
 }
 
 // In automatic mode the worker's first pass switches to the scheme whose
@@ -236,6 +292,8 @@ void Session::settleScheme() {
 }
 
 SafePointer<ISensorController> Session::controller() {
+    if (m_pDriverClass != nullptr && m_bDriverUsed)
+        return *m_pDriver;
     if (!m_pManager)
         return SafePointer<ISensorController>();
     return m_pManager->getSensorController();

@@ -4,10 +4,13 @@
 #include "controller/SensorControllerManager.h"
 #include "platform/ModuleConfigure.h"
 #include "platform/SimulatedDevices.h"
+#include "sim/AsciiSimulator.h"
 #include "sim/ViscaSimulator.h"
+#include "tools/DriverClasses.h"
 #include "tools/Options.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 
 class HostGpio;
@@ -20,6 +23,8 @@ class HostGpio;
 // scaled clock, simulated PWM outputs and light sensor unless real devices
 // are asked for, and the module simulator on a pseudo-terminal (for the
 // on-chip ISP, which has no serial line, the simulated ISP driver instead).
+// With --driver the named controller class is built directly and given the
+// same start-up (operator, then init), with the simulator its row names.
 class Session {
 public:
     explicit Session(const Options& options);
@@ -30,13 +35,15 @@ public:
     // Root, clock, devices, simulator and module record; false with `error`.
     bool prepare(std::string& error);
     // The manager's start-up; false with `error` when the controller did not
-    // come up. May be called again: the manager then builds a new controller.
+    // come up. May be called again: the manager (or the --driver class's
+    // row) then builds a new controller.
     bool init(std::string& error);
     bool isInitialised() const { return m_bInitialised; }
 
     SafePointer<ISensorController> controller();
     const ModuleConfigure& module() const { return m_objModule; }
     ViscaSimulator* simulator() { return m_pSim.get(); }
+    AsciiSimulator* asciiSimulator() { return m_pAsciiSim.get(); }
     // Simulated devices (nullptr with --real-devices).
     SimulatedPwm* pwm(int bank) const; // 0 near, 1 middle, 2 far
     SimulatedAdc* adc() const { return m_pAdc.get(); }
@@ -56,15 +63,28 @@ private:
     void settleScheme();
     bool prepareRoot(std::string& error);
     bool loadModule(std::string& error);
+    // A new controller of the --driver class; returns the module id it drives
+    // (its sensor type).
+    int makeDriver();
+    bool startSimulator(std::string& error);
+    // What stands in for the module under --simulate.
+    DriverSimulator simulatorKind() const;
+    // setOperator and init as the manager does them, on the --driver class.
+    void initDriver(const VideoResolution& resolution);
 
     Options m_objOptions;
     std::string m_strTempRoot; // removed at the end
     std::shared_ptr<SimulatedPwm> m_pPwm[3];
     std::shared_ptr<SimulatedAdc> m_pAdc;
     std::unique_ptr<ViscaSimulator> m_pSim;
+    std::unique_ptr<AsciiSimulator> m_pAsciiSim;
     ModuleConfigure m_objModule;
-    HostGpio* m_pGpio = nullptr; // owned by the manager's safe pointer
+    HostGpio* m_pGpio = nullptr; // owned by the manager's (or the controller's) safe pointer
     std::unique_ptr<SensorControllerManager> m_pManager;
+    const DriverClass* m_pDriverClass = nullptr; // --driver's row
+    // Its controller; optional, since a safe pointer cannot be emptied.
+    std::optional<SafePointer<ISensorController>> m_pDriver;
+    bool m_bDriverUsed = false; // m_pDriver went through an init
     bool m_bInitialised = false;
 };
 

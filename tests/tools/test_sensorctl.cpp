@@ -175,13 +175,34 @@ TEST_F(SensorctlProcess, SetThenGetAgainstTheSimulatorSucceeds) {
 }
 
 TEST_F(SensorctlProcess, BadArgumentsGetOneLineAndStatusTwo) {
-    for (std::vector<std::string> args : {std::vector<std::string>{"--no-such-option"},
-                                          {"--video-system", "7"},
-                                          {"--time-scale", "fast"}}) {
+    for (std::vector<std::string> args :
+         {std::vector<std::string>{"--no-such-option"},
+          {"--video-system", "7"},
+          {"--time-scale", "fast"},
+          {"--driver", "NoSuchController"},
+          {"--driver", "CMD8300SenseController", "--module", "25"}}) {
         Result r = run(args, 20.0);
         EXPECT_EQ(r.status, 2) << args[0] << ": " << r.out << r.err;
         EXPECT_EQ(countLines(r.out + r.err), 1) << args[0] << ": " << r.out << r.err;
     }
+    // An unknown class is answered with the known ones.
+    Result r = run({"--driver", "NoSuchController"}, 20.0);
+    EXPECT_TRUE(contains(r.err, "AmbaS2FBS8300SenseController, CMD7400SenseController")) << r.err;
+}
+
+// A class built by name rather than by module id: the CMD8300 (module 25,
+// whose ids keep the base's day/night modes) on its sample record against its
+// simulator model (its saturation frame, level 7 of 50), the value read back.
+TEST_F(SensorctlProcess, DriverClassRunsAgainstItsSimulator) {
+    std::vector<std::string> args = common();
+    for (const char* a : {"--driver", "CMD8300SenseController", "--simulate", "--verbose", "set",
+                          "saturation=50", "--", "get", "saturation", "--", "ids"})
+        args.push_back(a);
+    Result r = run(args);
+    EXPECT_EQ(r.status, 0) << r.out << r.err;
+    EXPECT_TRUE(contains(r.out, "> 81 01 04 A1 00 00 00 07 FF\nok\n")) << r.out;
+    EXPECT_TRUE(contains(r.out, "\nsaturation=50\n")) << r.out;
+    EXPECT_TRUE(contains(r.out, "\n22 daynight_mode 0..3 common")) << r.out;
 }
 
 TEST_F(SensorctlProcess, UnknownCommandOrIdFailsWithAnErrorLine) {
