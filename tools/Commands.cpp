@@ -4,6 +4,7 @@
 #include "platform/PlatformClock.h"
 
 #include <chrono>
+#include <climits>
 #include <cstdio>
 #include <future>
 #include <thread>
@@ -300,8 +301,13 @@ bool Commands::cmdLens(const std::vector<std::string>& words, bool zoom, std::st
 
 bool Commands::cmdIds(std::string& out) {
     char line[160];
+    char range[32];
     for (const ParameterNames::Entry& e : m_names.entries()) {
-        std::snprintf(line, sizeof line, "%d %s %d..%d %s%s%s", e.id, e.name.c_str(), e.min, e.max,
+        if (e.min == INT_MIN && e.max == INT_MAX)
+            std::snprintf(range, sizeof range, "any");
+        else
+            std::snprintf(range, sizeof range, "%d..%d", e.min, e.max);
+        std::snprintf(line, sizeof line, "%d %s %s %s%s%s", e.id, e.name.c_str(), range,
                       e.category.c_str(), e.note.empty() ? "" : " ", e.note.c_str());
         out += (out.empty() ? "" : "\n") + std::string(line);
     }

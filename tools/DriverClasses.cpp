@@ -1,12 +1,20 @@
 // The controller classes sensorctl builds by name (--driver), as one table.
 #include "tools/DriverClasses.h"
 
+#include "drivers/modules/CMD7200SenseController.h"
+#include "drivers/modules/HitachCompatSenseController.h"
+#include "drivers/modules/HitachSenseController.h"
+#include "drivers/modules/SC110N_CSenseController.h"
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
 #include "drivers/platform/AmbaS2SenseController.h"
 #include "drivers/platform/CMD7400SenseController.h"
 #include "drivers/platform/CMD8300SenseController.h"
 
 namespace {
+
+// The register modules' record: a plain RS-232 line, no lamp.
+constexpr const char* kAsciiSampleDetail = "RS232DeviceName=/dev/ttyS1;isInfrared=0";
+constexpr const char* kAsciiSampleParameters = "RS485=9600,8,0,1";
 
 const DriverClass kClasses[] = {
     {"AmbaS2FBS8300SenseController", &makeDriver<AmbaS2FBS8300SenseController>,
@@ -17,6 +25,14 @@ const DriverClass kClasses[] = {
      "cmd8300", kViscaSampleDetail, kViscaSampleParameters},
     {"AmbaS2SenseController", &makeDriver<AmbaS2SenseController>, DriverSimulator::Isp, nullptr,
      kIspSampleDetail, kIspSampleParameters},
+    {"HitachSenseController", &makeDriver<HitachSenseController>, DriverSimulator::Ascii, "hitach",
+     "RS232DeviceName=/dev/ttyS1;isInfrared=0;isThridGeneration=1", kAsciiSampleParameters},
+    {"HitachCompatSenseController", &makeDriver<HitachCompatSenseController>,
+     DriverSimulator::Ascii, "compat", kAsciiSampleDetail, kAsciiSampleParameters},
+    {"CMD7200SenseController", &makeDriver<CMD7200SenseController>, DriverSimulator::Ascii,
+     "cmd7200", kAsciiSampleDetail, kAsciiSampleParameters},
+    {"SC110N_CSenseController", &makeDriver<SC110N_CSenseController>, DriverSimulator::Ascii,
+     "sc110n", kAsciiSampleDetail, kAsciiSampleParameters},
 };
 
 } // namespace

@@ -1,15 +1,22 @@
 // Names, ranges and categories of the parameter ids of a module, for the command line.
 #include "tools/ParameterNames.h"
 
+#include "drivers/modules/CMD7200SenseController.h"
+#include "drivers/modules/HitachCompatSenseController.h"
+#include "drivers/modules/HitachSenseController.h"
+#include "drivers/modules/SC110N_CSenseController.h"
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
 #include "drivers/platform/AmbaS2SenseController.h"
 #include "drivers/platform/CMD7400SenseController.h"
 #include "drivers/platform/CMD8300SenseController.h"
 #include "drivers/protocols/ViscaSettings.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <set>
 
 namespace {
 
@@ -165,9 +172,67 @@ ParameterNames::Entry makeEntry(const Row& row, bool visca) {
     return entry;
 }
 
+// The ASCII register modules name their ids in their own register tables.
+struct AsciiClass {
+    int sensorType;
+    std::vector<ascii::Setting> (*table)();
+    void (*ids)(IdManager&);
+};
+const AsciiClass kAsciiClasses[] = {
+    {HitachSenseController::kSensorType, &HitachSenseController::registerTable,
+     &HitachSenseController::registerIds},
+    {HitachCompatSenseController::kSensorType, &HitachCompatSenseController::registerTable,
+     &HitachCompatSenseController::registerIds},
+    {CMD7200SenseController::kSensorType, &CMD7200SenseController::registerTable,
+     &CMD7200SenseController::registerIds},
+    {SC110N_CSenseController::kSensorType, &SC110N_CSenseController::registerTable,
+     &SC110N_CSenseController::registerIds},
+};
+
+// "setDNSensitivity" -> "dn_sensitivity", "FocusUp" -> "focus_up".
+std::string settingName(const std::string& setter) {
+    const std::string bare = setter.compare(0, 3, "set") == 0 ? setter.substr(3) : setter;
+    std::string name;
+    for (std::size_t i = 0; i < bare.size(); ++i) {
+        const bool upper = std::isupper(static_cast<unsigned char>(bare[i])) != 0;
+        const bool wordStart =
+            i > 0 && upper &&
+            (std::islower(static_cast<unsigned char>(bare[i - 1])) != 0 ||
+             (i + 1 < bare.size() && std::islower(static_cast<unsigned char>(bare[i + 1])) != 0));
+        if (wordStart)
+            name += '_';
+        name += static_cast<char>(std::tolower(static_cast<unsigned char>(bare[i])));
+    }
+    return name;
+}
+
+std::vector<ParameterNames::Entry> asciiEntries(const AsciiClass& c) {
+    IdManager ids;
+    c.ids(ids);
+    std::set<int> setOnly, keepDefault, common;
+    ids.getSetOnlyIdList(setOnly);
+    ids.getKeepDefaultValueList(keepDefault);
+    ids.getCommonIdList(common);
+    std::vector<ParameterNames::Entry> out;
+    for (const ascii::Setting& row : c.table()) {
+        const char* category = setOnly.count(row.id)       ? "set-only"
+                               : keepDefault.count(row.id) ? "keep-default"
+                               : common.count(row.id)      ? "common"
+                                                           : "unsaved";
+        out.push_back({row.id, settingName(row.name), row.lo, row.hi, category, ""});
+    }
+    std::sort(
+        out.begin(), out.end(),
+        [](const ParameterNames::Entry& a, const ParameterNames::Entry& b) { return a.id < b.id; });
+    return out;
+}
+
 } // namespace
 
 ParameterNames::ParameterNames(int moduleId) {
+    for (const AsciiClass& c : kAsciiClasses)
+        if (moduleId == c.sensorType)
+            m_vecEntries = asciiEntries(c);
     const bool baseDayNight = moduleId == CMD8300SenseController::kSensorType;
     for (const Row& row : kViscaRows)
         if (hasViscaRow(moduleId, row.id))

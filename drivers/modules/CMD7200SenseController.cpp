@@ -5,7 +5,9 @@ namespace {
 
 using C = CMD7200SenseController;
 
-std::vector<ascii::Setting> cmd7200Settings() {
+} // namespace
+
+std::vector<ascii::Setting> CMD7200SenseController::registerTable() {
     using namespace ascii;
     return {
         {C::kBrightness, "setBrightness", 0, 100, nullptr, {always({value(":WFD9E", 255, 100)})}},
@@ -55,6 +57,12 @@ std::vector<ascii::Setting> cmd7200Settings() {
     };
 }
 
+void CMD7200SenseController::registerIds(IdManager& ids) {
+    ids.addParameterId(IdManager::Common, 1, 10);
+}
+
+namespace {
+
 const AsciiRegisterModule::VideoSystemMap kVideoSystems = {
     {
         {{1}, 0, 0, nullptr, {0x01}, {":WFFFE01"}},
@@ -74,8 +82,8 @@ const AsciiRegisterModule::DayNightRead kDayNight = {{":RFFE700", 2, "recvData 1
 
 CMD7200SenseController::CMD7200SenseController()
     : ISensorController(kSensorType),
-      m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, cmd7200Settings()) {
-    m_pIdManager->addParameterId(IdManager::Common, 1, 10);
+      m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, registerTable()) {
+    registerIds(*m_pIdManager);
     m_bBaseDNSwitch = false;
     m_objModule.setBaseParameters(
         [this](int i, int v) { return ISensorController::setParameterToSensor(i, v); },

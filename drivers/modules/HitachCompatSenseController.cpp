@@ -15,7 +15,9 @@ constexpr int kTNFModeId = 21;
 constexpr int kFocusUp = 54;
 constexpr int kFocusDown = 55;
 
-std::vector<ascii::Setting> compatSettings() {
+} // namespace
+
+std::vector<ascii::Setting> HitachCompatSenseController::registerTable() {
     using namespace ascii;
     return {
         {kBrightness, "setBrightness", 0, 100, nullptr, {always({value(":WFD9E", 255, 100)})}},
@@ -73,8 +75,22 @@ std::vector<ascii::Setting> compatSettings() {
          INT_MAX,
          nullptr,
          {always({text(":WFCBBAA9"), text(":WFCBBFE")})}},
+        operation(kTNFModeId, "setTNFMode"),
     };
 }
+
+void HitachCompatSenseController::registerIds(IdManager& ids) {
+    ids.addParameterId(IdManager::Common, 1, 4);
+    ids.addParameterId(IdManager::Common, 6, 7);
+    ids.addParameterId(IdManager::Common, 9, 10);
+    ids.addParameterId(IdManager::Common, 12, 14);
+    ids.addParameterId(IdManager::Common, 16, 19);
+    ids.addParameterId(IdManager::SetOnly, kAdjustLens);
+    ids.addParameterId(IdManager::Common, kTNFModeId);
+    ids.addParameterId(IdManager::SetOnly, kFocusUp, kFocusDown);
+}
+
+namespace {
 
 const AsciiRegisterModule::VideoSystemMap kVideoSystems = {
     {
@@ -107,15 +123,8 @@ const AsciiRegisterModule::DayNightRead kControlRegister = {
 
 HitachCompatSenseController::HitachCompatSenseController()
     : ISensorController(kSensorType),
-      m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, compatSettings()) {
-    m_pIdManager->addParameterId(IdManager::Common, 1, 4);
-    m_pIdManager->addParameterId(IdManager::Common, 6, 7);
-    m_pIdManager->addParameterId(IdManager::Common, 9, 10);
-    m_pIdManager->addParameterId(IdManager::Common, 12, 14);
-    m_pIdManager->addParameterId(IdManager::Common, 16, 19);
-    m_pIdManager->addParameterId(IdManager::SetOnly, kAdjustLens);
-    m_pIdManager->addParameterId(IdManager::Common, kTNFModeId);
-    m_pIdManager->addParameterId(IdManager::SetOnly, kFocusUp, kFocusDown);
+      m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, registerTable()) {
+    registerIds(*m_pIdManager);
     m_objModule.setBaseParameters(
         [this](int i, int v) { return ISensorController::setParameterToSensor(i, v); },
         [this](int i, int& v) { return ISensorController::getParameterFromSensor(i, v); });

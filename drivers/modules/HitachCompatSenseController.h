@@ -24,6 +24,10 @@ public:
     HitachCompatSenseController();
     ~HitachCompatSenseController() override;
 
+    // The register table and the id categories the constructor uses.
+    static std::vector<ascii::Setting> registerTable();
+    static void registerIds(IdManager& ids);
+
     int initController(int videoSystem, ModuleConfigure const& config) override;
     int setSensorVideoSystem(int videoSystem, VideoResolution const& resolution) override;
     int NotifySensorInitComplate() override;

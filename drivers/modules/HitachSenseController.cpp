@@ -31,13 +31,23 @@ constexpr int kTNFModeId = 17;
 
 } // namespace
 
+std::vector<ascii::Setting> HitachSenseController::registerTable() {
+    std::vector<ascii::Setting> table = ascii::referenceSettings();
+    table.push_back(ascii::operation(kTNFModeId, "setTNFMode"));
+    return table;
+}
+
+void HitachSenseController::registerIds(IdManager& ids) {
+    ids.addParameterId(IdManager::Common, 1, 4);
+    ids.addParameterId(IdManager::Common, 6, 11);
+    ids.addParameterId(IdManager::Common, 13, 17);
+}
+
 HitachSenseController::HitachSenseController()
     : ISensorController(kSensorType),
-      m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache,
-                  ascii::referenceSettings(), ascii::kPicMode) {
-    m_pIdManager->addParameterId(IdManager::Common, 1, 4);
-    m_pIdManager->addParameterId(IdManager::Common, 6, 11);
-    m_pIdManager->addParameterId(IdManager::Common, 13, 17);
+      m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, registerTable(),
+                  ascii::kPicMode) {
+    registerIds(*m_pIdManager);
     m_bBaseDNSwitch = false;
     m_objModule.setBaseParameters(
         [this](int i, int v) { return ISensorController::setParameterToSensor(i, v); },

@@ -32,6 +32,11 @@ public:
     HitachSenseController();
     ~HitachSenseController() override;
 
+    // The register table and the id categories the constructor uses (also
+    // for tools that name the ids).
+    static std::vector<ascii::Setting> registerTable();
+    static void registerIds(IdManager& ids);
+
     int initController(int videoSystem, ModuleConfigure const& config) override;
     int setSensorVideoSystem(int videoSystem, VideoResolution const& resolution) override;
     int NotifySensorInitComplate() override;

@@ -9,9 +9,16 @@ namespace {
 
 using C = SC110N_CSenseController;
 
-// The reference table and the noise reduction: mode 0/1, level 0..100 in
-// both noise filters.
-std::vector<ascii::Setting> sc110nSettings() {
+// The zoom base's mask operations, in parameter id order from 22.
+const char* const kMaskNames[] = {"setMask",       "showMask",      "hideMask",
+                                  "clearMask",     "increaseWidth", "decreaseWidth",
+                                  "increaseHight", "decreaseHight"};
+
+} // namespace
+
+// The reference table, the noise reduction (mode 0/1, level 0..100 in both
+// noise filters) and the operations: TNF mode and the privacy masks.
+std::vector<ascii::Setting> SC110N_CSenseController::registerTable() {
     using namespace ascii;
     std::vector<Setting> settings = referenceSettings();
     settings.push_back({C::kNRMode,
@@ -26,8 +33,24 @@ std::vector<ascii::Setting> sc110nSettings() {
                         100,
                         "p_nManualNR(%d) out of range\n",
                         {always({value(":WFF4F", 255, 100), value(":WFF4B", 255, 100)})}});
+    settings.push_back(operation(kTNFModeId, "setTNFMode"));
+    settings.push_back(operation(kMaskRegion, "setRegion"));
+    int id = kFirstMaskAction;
+    for (const char* name : kMaskNames)
+        settings.push_back(operation(id++, name));
     return settings;
 }
+
+void SC110N_CSenseController::registerIds(IdManager& ids) {
+    ids.addParameterId(IdManager::Common, 1, 4);
+    ids.addParameterId(IdManager::Common, 6, 11);
+    ids.addParameterId(IdManager::Common, 13, 18);
+    ids.addParameterId(IdManager::KeepDefaultValue, kManualNR);
+    ids.addParameterId(IdManager::SetOnly, kMaskRegion);
+    ids.addParameterId(IdManager::SetOnly, kFirstMaskAction, kFirstMaskAction + 7);
+}
+
+namespace {
 
 const AsciiRegisterModule::VideoSystemMap kVideoSystems = {
     {
@@ -48,14 +71,9 @@ const AsciiRegisterModule::DayNightRead kDayNight = {{":RFFE700", 2, "recvData @
 
 SC110N_CSenseController::SC110N_CSenseController()
     : IDMX420ZoomSensorController(kSensorType),
-      m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, sc110nSettings(),
+      m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, registerTable(),
                   ascii::kPicMode) {
-    m_pIdManager->addParameterId(IdManager::Common, 1, 4);
-    m_pIdManager->addParameterId(IdManager::Common, 6, 11);
-    m_pIdManager->addParameterId(IdManager::Common, 13, 18);
-    m_pIdManager->addParameterId(IdManager::KeepDefaultValue, kManualNR);
-    m_pIdManager->addParameterId(IdManager::SetOnly, kMaskRegion);
-    m_pIdManager->addParameterId(IdManager::SetOnly, kFirstMaskAction, kFirstMaskAction + 7);
+    registerIds(*m_pIdManager);
     m_bBaseDNSwitch = false;
     m_objModule.protocol().setWriteName("sendData");
     // The scheme ids go to the controller base: the zoom base's parameter

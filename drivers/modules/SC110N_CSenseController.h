@@ -28,6 +28,10 @@ public:
     SC110N_CSenseController();
     ~SC110N_CSenseController() override;
 
+    // The register table and the id categories the constructor uses.
+    static std::vector<ascii::Setting> registerTable();
+    static void registerIds(IdManager& ids);
+
     int initController(int videoSystem, ModuleConfigure const& config) override;
     int setSensorVideoSystem(int videoSystem, VideoResolution const& resolution) override;
     int NotifySensorInitComplate() override;

@@ -98,6 +98,12 @@ inline Rule skipWhen(int id, int lo, int hi) {
     return Rule{kAny, INT_MAX, When{id, lo, hi}, {}};
 }
 
+// The row of an id that a controller serves with an operation of its own
+// (AsciiRegisterModule::addOperation): it names the id and sends nothing.
+inline Setting operation(int id, const char* name) {
+    return Setting{id, name, kAny, INT_MAX, nullptr, {}};
+}
+
 // ---- rows the family's modules share ----------------------------------------
 // Parameter ids of the reference (Hitach) table, which the others reuse.
 enum Id {
