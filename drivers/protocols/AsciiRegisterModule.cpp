@@ -252,7 +252,7 @@ int AsciiRegisterModule::sendAll(const std::vector<std::string>& frames) {
 
 int AsciiRegisterModule::pollDayNight(const DayNightRead& how) {
     int value = 0;
-    if (!isOpen() || m_objProtocol.recvData(how.read.request, how.read.digits, value) == 0) {
+    if (m_objProtocol.recvData(how.read.request, how.read.digits, value) == 0) {
         m_owner.ErrorPrintf("%s", how.read.failure);
         KovantTime::wait(KovantTime(3, 0));
         return 0;
@@ -297,8 +297,6 @@ int AsciiRegisterModule::setVideoSystem(const VideoSystemMap& map, int mode,
     }
     if (printing() && target->announce != nullptr)
         std::printf("%s\n", target->announce);
-    if (!isOpen())
-        return 0;
 
     bool same = true;
     for (std::size_t i = 0; i < map.reads.size(); ++i) {

@@ -73,6 +73,8 @@ int AsciiRegisterProtocol::sendData(const std::string& frame) {
         return 0;
     if (frame == kInitComplete)
         return sendNotice(frame);
+    if (!portOpen(frame))
+        return 0;
     const int len = static_cast<int>(frame.size());
     KVMutexLocker guard(m_lock, __FILE__, __LINE__);
     for (int attempt = 1; attempt <= kAttempts && !PlatformClock::stopRequested(); ++attempt) {
@@ -100,7 +102,7 @@ int AsciiRegisterProtocol::sendData(const std::string& frame) {
 }
 
 int AsciiRegisterProtocol::sendNotice(const std::string& frame) {
-    if (frame.empty())
+    if (frame.empty() || !portOpen(frame))
         return 0;
     KVMutexLocker guard(m_lock, __FILE__, __LINE__);
     for (int attempt = 1; attempt <= kAttempts && !PlatformClock::stopRequested(); ++attempt) {
@@ -112,7 +114,7 @@ int AsciiRegisterProtocol::sendNotice(const std::string& frame) {
 
 int AsciiRegisterProtocol::recvData(const std::string& request, int n, int& value) {
     const int len = static_cast<int>(request.size());
-    if (n <= 0 || n >= len || len > kMaxReply)
+    if (n <= 0 || n >= len || len > kMaxReply || !portOpen(request))
         return 0;
     const std::size_t head = static_cast<std::size_t>(len - n);
     KVMutexLocker guard(m_lock, __FILE__, __LINE__);
@@ -140,12 +142,19 @@ int AsciiRegisterProtocol::recvData(const std::string& request, int n, int& valu
     return 0;
 }
 
+// Before start-up has opened the port (or after a failed one) nothing is sent.
+bool AsciiRegisterProtocol::portOpen(const std::string& frame) {
+    if (m_uart.get() != nullptr && m_nPort >= 0)
+        return true;
+    m_log.ErrorPrintf("serial port not open: %s not sent", frame.c_str());
+    return false;
+}
+
 // Whatever is waiting on the line answers no frame of this attempt: the input
 // is cleared before the frame goes out.
 bool AsciiRegisterProtocol::write(const std::string& frame, int attempt, const char* name) {
     drain();
     const int len = static_cast<int>(frame.size());
-    // m_uart-> throws on an empty UART pointer.
     const int sent = m_uart->send(m_nPort, frame.data(), len);
     if (sent == len)
         return true;

@@ -72,6 +72,8 @@ public:
     int recvData(const std::string& request, int n, int& value);
 
 private:
+    // False, with a log line, when there is no open port to send on.
+    bool portOpen(const std::string& frame);
     // One attempt's write; logs a short write under the caller's name.
     bool write(const std::string& frame, int attempt, const char* name);
     // Clears the receive buffer and reads len bytes; returns the count read.

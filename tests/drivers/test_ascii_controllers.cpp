@@ -241,6 +241,16 @@ TEST_F(AsciiControllers, StartUpReadsTheRecordAndTheModule) {
     AsciiSimulator sim(findAsciiModel("compat"));
     std::filesystem::create_directories(m_root.path("/dev"));
     std::filesystem::create_symlink(sim.slavePath(), m_root.path("/dev/ttyS1"));
+    {
+        // Nothing opened yet: nothing is sent and nothing throws.
+        HitachCompatSenseController ctl;
+        kvtest::StdoutCapture out;
+        const int step = ctl.FocusUp();
+        const int notice = ctl.NotifySensorInitComplate();
+        const std::string log = out.text();
+        EXPECT_EQ(step + notice, 0);
+        EXPECT_TRUE(contains(log, "serial port not open: :WFCBBAA not sent")) << log;
+    }
     const struct {
         const char* detail;
         const char* parameters;
