@@ -1,6 +1,8 @@
 // Profiles of the simulated ASCII register modules.
 #include "sim/AsciiModels.h"
 
+#include "foundation/NamedRows.h"
+
 namespace {
 
 // Registers: E1EE module version; FFE7 day/night state (0 day, 1 night) and
@@ -43,10 +45,7 @@ const AsciiModel kModels[] = {
 } // namespace
 
 const AsciiModel* findAsciiModel(const std::string& name) {
-    for (const AsciiModel& model : kModels)
-        if (name == model.name)
-            return &model;
-    return nullptr;
+    return findNamedRow(kModels, name);
 }
 
 const AsciiModel& defaultAsciiModel() {
@@ -54,8 +53,5 @@ const AsciiModel& defaultAsciiModel() {
 }
 
 std::string asciiModelNames(const char* separator) {
-    std::string names;
-    for (const AsciiModel& model : kModels)
-        names += (names.empty() ? "" : separator) + std::string(model.name);
-    return names;
+    return joinRowNames(kModels, separator);
 }

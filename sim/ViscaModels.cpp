@@ -1,6 +1,8 @@
 // Profiles of the simulated VISCA modules.
 #include "sim/ViscaModels.h"
 
+#include "foundation/NamedRows.h"
+
 namespace {
 
 // The gain position register (04 4C): 90 50 0p 0q 0r 0s FF, position 0 at power-on.
@@ -43,10 +45,7 @@ const ViscaModel kModels[] = {
 } // namespace
 
 const ViscaModel* findViscaModel(const std::string& name) {
-    for (const ViscaModel& model : kModels)
-        if (name == model.name)
-            return &model;
-    return nullptr;
+    return findNamedRow(kModels, name);
 }
 
 const ViscaModel* viscaModelOfModule(int moduleId) {
@@ -61,8 +60,5 @@ const ViscaModel& defaultViscaModel() {
 }
 
 std::string viscaModelNames(const char* separator) {
-    std::string names;
-    for (const ViscaModel& model : kModels)
-        names += (names.empty() ? "" : separator) + std::string(model.name);
-    return names;
+    return joinRowNames(kModels, separator);
 }

@@ -1,6 +1,8 @@
 // The controller classes sensorctl builds by name (--driver), as one table.
 #include "tools/DriverClasses.h"
 
+#include "foundation/NamedRows.h"
+
 #include "drivers/modules/CMD7200SenseController.h"
 #include "drivers/modules/HitachCompatSenseController.h"
 #include "drivers/modules/HitachSenseController.h"
@@ -38,15 +40,9 @@ const DriverClass kClasses[] = {
 } // namespace
 
 const DriverClass* findDriverClass(const std::string& name) {
-    for (const DriverClass& row : kClasses)
-        if (name == row.name)
-            return &row;
-    return nullptr;
+    return findNamedRow(kClasses, name);
 }
 
 std::string driverClassNames(const char* separator) {
-    std::string names;
-    for (const DriverClass& row : kClasses)
-        names += (names.empty() ? "" : separator) + std::string(row.name);
-    return names;
+    return joinRowNames(kClasses, separator);
 }
