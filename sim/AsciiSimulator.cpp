@@ -10,6 +10,7 @@
 namespace {
 
 constexpr char kStart = ':';
+constexpr unsigned char kMaskStart = 0xA1;
 constexpr size_t kMaskFrame = 4;
 constexpr size_t kMinFrame = 8;  // ":WFCC820"
 constexpr size_t kMaxFrame = 10; // ":RFB380000"
@@ -82,16 +83,20 @@ void AsciiSimulator::run() {
     }
 }
 
-// A ":" begins a frame (and ends the one before); bytes outside a frame are
-// noise and dropped.
+// A ":" begins a frame (and ends the one before), as does the mask
+// commands' A1, whose frames are four bytes; bytes outside a frame are noise
+// and dropped.
 void AsciiSimulator::feed(char c, double now) {
-    if (c == kStart && !m_partial.empty())
+    const bool mask = static_cast<unsigned char>(c) == kMaskStart;
+    if ((c == kStart || mask) && !m_partial.empty() &&
+        static_cast<unsigned char>(m_partial[0]) != kMaskStart)
         endFrame(now);
-    if (m_partial.empty() && c != kStart)
+    if (m_partial.empty() && c != kStart && !mask)
         return;
     m_partial.push_back(c);
     m_dPartialAt = realNow();
-    if (m_partial.size() == kMaxFrame)
+    const bool maskFrame = static_cast<unsigned char>(m_partial[0]) == kMaskStart;
+    if (m_partial.size() == (maskFrame ? kMaskFrame : kMaxFrame))
         endFrame(now);
 }
 

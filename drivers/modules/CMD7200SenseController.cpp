@@ -85,9 +85,6 @@ CMD7200SenseController::CMD7200SenseController()
       m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, registerTable()) {
     registerIds(*m_pIdManager);
     m_bBaseDNSwitch = false;
-    m_objModule.setBaseParameters(
-        [this](int i, int v) { return ISensorController::setParameterToSensor(i, v); },
-        [this](int i, int& v) { return ISensorController::getParameterFromSensor(i, v); });
     m_objModule.addThread(makeMemberThread<CMD7200SenseController>(
         this, &CMD7200SenseController::getDNbody, "getDN"));
 }

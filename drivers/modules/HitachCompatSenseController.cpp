@@ -125,9 +125,6 @@ HitachCompatSenseController::HitachCompatSenseController()
     : ISensorController(kSensorType),
       m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, registerTable()) {
     registerIds(*m_pIdManager);
-    m_objModule.setBaseParameters(
-        [this](int i, int v) { return ISensorController::setParameterToSensor(i, v); },
-        [this](int i, int& v) { return ISensorController::getParameterFromSensor(i, v); });
     m_objModule.addOperation(
         kTNFModeId, [this](int v) { return setTNFMode(v); },
         [this](int& v) { return getTNFMode(v); });
@@ -150,7 +147,7 @@ int HitachCompatSenseController::initController(int, ModuleConfigure const& conf
     }
     m_nSensorVersion = version;
     if (GlobalEnv::getInstance()->getPrintFlag() != 0)
-        std::printf("m_nSensorVersion=%d\n", m_nSensorVersion);
+        std::printf("m_nSensorVersion=%d\n", version);
     if (m_objModule.startThreads() != 0)
         InitPrintf("thread start success");
     return 1;

@@ -4,6 +4,8 @@
 #include "controller/ISensorController.h"
 #include "drivers/protocols/AsciiRegisterModule.h"
 
+#include <atomic>
+
 // Talks like the Hitach module (AsciiRegisterProtocol, the same camera-mode,
 // day/night-sensitivity, fixed-shutter and mirror registers) but has its own
 // picture registers, a lens with auto iris, iris voltage and focus steps,
@@ -48,5 +50,5 @@ public:
 
 protected:
     AsciiRegisterModule m_objModule;
-    int m_nSensorVersion = 0;
+    std::atomic<int> m_nSensorVersion{0};
 };

@@ -49,9 +49,6 @@ HitachSenseController::HitachSenseController()
                   ascii::kPicMode) {
     registerIds(*m_pIdManager);
     m_bBaseDNSwitch = false;
-    m_objModule.setBaseParameters(
-        [this](int i, int v) { return ISensorController::setParameterToSensor(i, v); },
-        [this](int i, int& v) { return ISensorController::getParameterFromSensor(i, v); });
     m_objModule.addOperation(ascii::kCameraMode, [this](int v) { return setCameraMode(v); });
     m_objModule.addOperation(
         ascii::kFocusMode, [this](int v) { return setFocusMode(v); },
@@ -138,9 +135,15 @@ int HitachSenseController::getDNbody() {
 }
 
 int HitachSenseController::threadBody() {
-    const int mode = m_nPendingCameraMode;
-    if (mode != -1)
-        setCameraMode(mode);
+    reapplyCameraMode();
     KovantTime::wait(KovantTime(60, 0));
     return 0;
+}
+
+// Under the parameter lock, so that a host's camera mode set at the same time
+// is not overtaken by the old mode.
+int HitachSenseController::reapplyCameraMode() {
+    KVMutexLocker lock(m_paramMutex, "HitachSenseController.cpp", __LINE__);
+    const int mode = m_nPendingCameraMode;
+    return mode == -1 ? 1 : m_objModule.apply(ascii::kCameraMode, mode);
 }

@@ -53,14 +53,16 @@ public:
     int getDayNightState(int& state) override;
     // One pass of the "getDN" thread: reads FFE7, waits 1 s (3 s on failure).
     int getDNbody();
-    // One pass of the "threadBody" thread: the camera mode again, then 60 s.
+    // One pass of the "threadBody" thread: reapplyCameraMode, then 60 s.
     int threadBody();
+    // Sends the camera mode last set again (nothing before the first set).
+    int reapplyCameraMode();
 
     int isThirdGeneration() const { return m_nThirdGeneration; }
 
 protected:
     AsciiRegisterModule m_objModule;
-    int m_nThirdGeneration = 0;
+    std::atomic<int> m_nThirdGeneration{0};
     // The camera mode last set, sent again by threadBody; -1 none yet.
     std::atomic<int> m_nPendingCameraMode{-1};
 };

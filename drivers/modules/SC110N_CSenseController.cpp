@@ -76,11 +76,6 @@ SC110N_CSenseController::SC110N_CSenseController()
     registerIds(*m_pIdManager);
     m_bBaseDNSwitch = false;
     m_objModule.protocol().setWriteName("sendData");
-    // The scheme ids go to the controller base: the zoom base's parameter
-    // hooks are defaults that take every id.
-    m_objModule.setBaseParameters(
-        [this](int i, int v) { return ISensorController::setParameterToSensor(i, v); },
-        [this](int i, int& v) { return ISensorController::getParameterFromSensor(i, v); });
     m_objModule.addOperation(
         kTNFModeId, [this](int v) { return setTNFMode(v); },
         [this](int& v) { return getTNFMode(v); });
@@ -115,7 +110,7 @@ int SC110N_CSenseController::initController(int, ModuleConfigure const& config) 
     }
     m_nSensorVersion = version;
     if (GlobalEnv::getInstance()->getPrintFlag() != 0)
-        std::printf("____get sensor version = %d,==0:old . >0 new  \n", m_nSensorVersion);
+        std::printf("____get sensor version = %d,==0:old . >0 new  \n", version);
     m_objModule.startThreads();
     return 1;
 }

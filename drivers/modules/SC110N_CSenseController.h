@@ -4,6 +4,8 @@
 #include "drivers/platform/IDMX420ZoomSensorController.h"
 #include "drivers/protocols/AsciiRegisterModule.h"
 
+#include <atomic>
+
 // A zoom module of the dome programmed like the Hitach module: the same ASCII
 // register frames (its failed writes log as "sendData") and the family's
 // reference register table, plus noise reduction (FF4A mode, FF4F/FF4B
@@ -49,5 +51,5 @@ public:
 
 protected:
     AsciiRegisterModule m_objModule;
-    int m_nSensorVersion = 0;
+    std::atomic<int> m_nSensorVersion{0};
 };

@@ -1,6 +1,7 @@
 // CMD8300 controller: serial port, VISCA exchanges, day/night, video system, lens.
 #include "drivers/platform/CMD8300SenseController.h"
 
+#include "drivers/protocols/SerialSettings.h"
 #include "platform/KovantTime.h"
 #include "platform/ModuleParameterParser.h"
 #include "platform/SystemCommand.h"
@@ -107,7 +108,7 @@ int CMD8300SenseController::openUART() {
         return 0;
     }
     int fields[4] = {};
-    if (!m_objSettings.parseSerialSettings(serial, fields))
+    if (!parseSerialSettings(*this, serial, fields))
         return 0;
     m_nBaudarate = fields[0];
     m_nDataBits = fields[1];

@@ -1,6 +1,7 @@
 // VISCA zoom dome: start-up, module control, 2A link.
 #include "drivers/platform/ViscaZoomDomeController.h"
 
+#include "drivers/protocols/SerialSettings.h"
 #include "platform/KovantTime.h"
 #include "platform/ModuleParameterParser.h"
 #include "platform/kvia.h"
@@ -134,7 +135,7 @@ int ViscaZoomDomeController::initController(int, ModuleConfigure const& config) 
         return 0;
     }
     int fields[4] = {};
-    if (!m_objSettings.parseSerialSettings(serial, fields))
+    if (!parseSerialSettings(*this, serial, fields))
         return 0;
     const int baud = fields[0], dataBits = fields[1], parity = fields[2], stopBits = fields[3];
     // The module runs at one of four speeds only.

@@ -40,41 +40,18 @@ AsciiRegisterModule::~AsciiRegisterModule() {
 // ---- start-up ----------------------------------------------------------------
 
 int AsciiRegisterModule::openSerial(const ModuleConfigure& config, ModuleParameterParser& detail) {
-    std::string device;
-    if (detail.parse(config.getDetail()) == 0) {
-        m_owner.ErrorPrintf("parse detail failed");
+    SerialRecord record;
+    if (!readSerialRecord(m_owner, config, true, detail, record))
         return 0;
-    }
-    if (detail.getValue("RS232DeviceName", device) == 0) {
-        m_owner.ErrorPrintf("get RS232DeviceName from detail failed");
-        return 0;
-    }
-    if (detail.getValue("isInfrared", m_nIsInfrared) == 0) {
-        m_owner.ErrorPrintf("get isInfrared from detail failed");
-        return 0;
-    }
-    ModuleParameterParser params;
-    if (params.parse(config.getParameters()) == 0) {
-        m_owner.ErrorPrintf("parse senseParameter failed");
-        return 0;
-    }
-    std::string serial;
-    if (params.getValue("RS485", serial) == 0) {
-        m_owner.ErrorPrintf("get RS232Parameter from senseParameter failed");
-        return 0;
-    }
-    int fields[4] = {}; // baud, data bits, parity, stop bits
-    if (!parseSerialSettings(m_owner, serial, fields))
-        return 0;
-
-    closeSerial(); // a second init opens the port anew
-    if (m_uart.get() == nullptr || (m_nPort = m_uart->open(device.c_str())) < 0) {
-        m_owner.ErrorPrintf("open UART(%s) failed", device.c_str());
-        m_nPort = -1;
-        return 0;
-    }
-    if (m_uart->setParameter(m_nPort, fields[0], fields[1], fields[3], fields[2]) == 0) {
-        m_owner.ErrorPrintf("open UART(%s) failed", device.c_str());
+    m_nIsInfrared = record.isInfrared;
+    // A second init opens the port anew: the threads of the first stop
+    // before the port goes (startThreads runs them again).
+    stopThreads(nullptr);
+    closeSerial();
+    if (m_uart.get() == nullptr || (m_nPort = m_uart->open(record.device.c_str())) < 0 ||
+        m_uart->setParameter(m_nPort, record.baud, record.dataBits, record.stopBits,
+                             record.parity) == 0) {
+        m_owner.ErrorPrintf("open UART(%s) failed", record.device.c_str());
         closeSerial();
         return 0;
     }
@@ -130,16 +107,12 @@ void AsciiRegisterModule::addOperation(int id, std::function<int(int)> set,
     m_mapOperations[id] = Operation{std::move(set), std::move(get)};
 }
 
-void AsciiRegisterModule::setBaseParameters(std::function<int(int, int)> set,
-                                            std::function<int(int, int&)> get) {
-    m_baseSet = std::move(set);
-    m_baseGet = std::move(get);
-}
-
 int AsciiRegisterModule::setParameter(int id, int value) {
     if (m_owner.getSensorStatus() != ISensorController::InitSuccess)
         return 0;
-    const int inherited = m_baseSet ? m_baseSet(id, value) : -1;
+    // The scheme ids go to the controller base itself: a zoom base's
+    // parameter hooks are defaults that take every id.
+    const int inherited = m_owner.ISensorController::setParameterToSensor(id, value);
     if (inherited != -1)
         return inherited;
     const auto op = m_mapOperations.find(id);
@@ -155,7 +128,7 @@ int AsciiRegisterModule::setParameter(int id, int value) {
 int AsciiRegisterModule::getParameter(int id, int& value) {
     if (m_owner.getSensorStatus() != ISensorController::InitSuccess)
         return 0;
-    const int inherited = m_baseGet ? m_baseGet(id, value) : 0;
+    const int inherited = m_owner.ISensorController::getParameterFromSensor(id, value);
     if (inherited != 0)
         return inherited;
     const auto op = m_mapOperations.find(id);

@@ -94,12 +94,9 @@ public:
     // base's operations, lens actions, masks); it takes precedence over a table
     // row. Without a getter the id reads its stored value.
     void addOperation(int id, std::function<int(int)> set, std::function<int(int&)> get = {});
-    // The controller's base class's setParameterToSensor and
-    // getParameterFromSensor, which see an id first.
-    void setBaseParameters(std::function<int(int, int)> set, std::function<int(int, int&)> get);
-    // The controller's setParameterToSensor: 0 unless initialised; the base's
-    // result unless -1; -1 for an id neither knows; else the id's operation or
-    // table row, 1 after a pause of 30 ms on success, 0 on failure.
+    // The controller's setParameterToSensor: 0 unless initialised; the
+    // controller base's result (the scheme ids) unless -1; -1 for an id neither knows; else the
+    // id's operation or table row, 1 after a pause of 30 ms on success, 0 on failure.
     int setParameter(int id, int value);
     // The controller's getParameterFromSensor: the base's result when non-zero,
     // else the stored value (the module is not read) or the id's own getter.
@@ -140,8 +137,6 @@ private:
     AsciiRegisterProtocol m_objProtocol;
     std::vector<ascii::Setting> m_vecSettings;
     std::map<int, Operation> m_mapOperations;
-    std::function<int(int, int)> m_baseSet;
-    std::function<int(int, int&)> m_baseGet;
     int m_nPictureModeId;
     int m_nIsInfrared = 0;
     std::atomic<int> m_nDayNight{-1}; // 0 day, 1 night, -1 not read yet

@@ -3,6 +3,8 @@
 
 #include "controller/ISensorController.h"
 #include "platform/ConfigFileText.h"
+#include "platform/ModuleConfigure.h"
+#include "platform/ModuleParameterParser.h"
 
 #include <cstdio>
 
@@ -18,5 +20,39 @@ bool parseSerialSettings(ISensorController& log, const std::string& text, int fi
         log.ErrorPrintf("parse RS485 param failed: (%s) is not \"%%d,%%d,%%d,%%d\"", text.c_str());
         return false;
     }
+    return true;
+}
+
+bool readSerialRecord(ISensorController& log, const ModuleConfigure& config, bool needInfrared,
+                      ModuleParameterParser& detail, SerialRecord& record) {
+    if (detail.parse(config.getDetail()) == 0) {
+        log.ErrorPrintf("parse detail failed");
+        return false;
+    }
+    if (detail.getValue("RS232DeviceName", record.device) == 0) {
+        log.ErrorPrintf("get RS232DeviceName from detail failed");
+        return false;
+    }
+    if (detail.getValue("isInfrared", record.isInfrared) == 0 && needInfrared) {
+        log.ErrorPrintf("get isInfrared from detail failed");
+        return false;
+    }
+    ModuleParameterParser params;
+    if (params.parse(config.getParameters()) == 0) {
+        log.ErrorPrintf("parse senseParameter failed");
+        return false;
+    }
+    std::string serial;
+    if (params.getValue("RS485", serial) == 0) {
+        log.ErrorPrintf("get RS232Parameter from senseParameter failed");
+        return false;
+    }
+    int fields[4] = {}; // baud, data bits, parity, stop bits
+    if (!parseSerialSettings(log, serial, fields))
+        return false;
+    record.baud = fields[0];
+    record.dataBits = fields[1];
+    record.parity = fields[2];
+    record.stopBits = fields[3];
     return true;
 }

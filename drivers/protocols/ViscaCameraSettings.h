@@ -80,9 +80,6 @@ public:
     // library; on failure logs `failure`, waits 3 s and drains the line.
     // Always 0: the periodic caller has nothing to do with the outcome.
     int handGainTo2A(const char* failure);
-    // The serial settings text "baud,data bits,parity,stop bits": exactly
-    // four decimal numbers. Logs the refusal and returns false otherwise.
-    bool parseSerialSettings(const std::string& text, int fields[4]);
 
     // The start-up DC setting, sent once the OSD is off.
     static const int kStartupDC[2];

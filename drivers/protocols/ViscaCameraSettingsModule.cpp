@@ -83,7 +83,3 @@ int ViscaCameraSettings::handGainTo2A(const char* failure) {
     }
     return 0;
 }
-
-bool ViscaCameraSettings::parseSerialSettings(const std::string& text, int fields[4]) {
-    return ::parseSerialSettings(m_owner, text, fields);
-}

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <initializer_list>
+#include <iterator>
 
 namespace {
 
@@ -75,6 +76,8 @@ int scaled(ViscaSetting::Value how, int v, ViscaRounding rounding) {
         return v * 14 / 100 + 1;
     case V::Level128:
         return v * 128 / 100;
+    case V::Level14:
+        return v * 14 / 100;
     case V::Raw:
     default:
         return v;
@@ -103,9 +106,13 @@ bool ViscaSetting::conditionHolds(int conditionValue) const {
 }
 
 const ViscaSetting* findViscaSetting(int id) {
-    for (const ViscaSetting& s : kSettings)
-        if (s.id == id)
-            return &s;
+    return findViscaSetting(kSettings, std::size(kSettings), id);
+}
+
+const ViscaSetting* findViscaSetting(const ViscaSetting* table, std::size_t count, int id) {
+    for (std::size_t i = 0; i < count; ++i)
+        if (table[i].id == id)
+            return &table[i];
     return nullptr;
 }
 

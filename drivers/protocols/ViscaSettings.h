@@ -2,6 +2,7 @@
 // valid values, frame and the exposure or white-balance mode they need.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 // One row per setting whose frame is "81 01" + fixed bytes + the value's data
@@ -15,6 +16,7 @@ struct ViscaSetting {
         Level15,      // v*15/100 (a 0..100 setting on the module's 0..15 scale)
         Level14Plus1, // v*14/100 + 1 (rounding to nearest: round(v*15/100), at least 1)
         Level128,     // v*128/100
+        Level14,      // v*14/100
     };
     enum class Data : std::uint8_t {
         Byte,    // one data byte
@@ -49,6 +51,8 @@ enum class ViscaRounding { Truncate, Nearest };
 
 // The row for `id`, or nullptr.
 const ViscaSetting* findViscaSetting(int id);
+// The row for `id` in another driver family's table of the same shape, or nullptr.
+const ViscaSetting* findViscaSetting(const ViscaSetting* table, std::size_t count, int id);
 
 // Builds the frame for value `v`; returns its length (at most 16 bytes).
 int buildViscaSettingFrame(const ViscaSetting& setting, int v, ViscaRounding rounding,

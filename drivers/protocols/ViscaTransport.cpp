@@ -5,6 +5,7 @@
 #include "platform/KovantTime.h"
 #include "platform/PlatformClock.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -44,9 +45,9 @@ bool isInquiryReply(const char* msg, int len) {
 // A reply that can only belong to another frame: a completion (the answer to a
 // command is its acknowledge), an acknowledge after an inquiry, an inquiry
 // reply with data after a command.
-bool isForeign(const char* msg, int len, bool inquiry) {
+bool isForeign(const char* msg, int len, bool inquiry, bool completionAnswers) {
     if (isCompletion(msg, len))
-        return true;
+        return inquiry || !completionAnswers;
     return inquiry ? isAcknowledge(msg, len) : len > 3 && isInquiryReply(msg, len);
 }
 
@@ -137,10 +138,10 @@ int ViscaTransport::readAnswer(bool inquiry) {
     char msg[kMaxReply];
     int answer = -1;
     for (int read = 0; read < kMaxCompletionsSkipped; ++read) {
-        const int got = getRealData(msg, kMaxReply, kReplyTimeout);
+        const int got = getRealData(msg, kMaxReply, m_policy.replyTimeout);
         if (got < 1)
             break;
-        if (isForeign(msg, got, inquiry))
+        if (isForeign(msg, got, inquiry, m_policy.completionAnswersCommand))
             continue;
         std::memcpy(m_szRecv, msg, static_cast<std::size_t>(got));
         answer = got;
@@ -160,7 +161,8 @@ int ViscaTransport::command(const char* frame, int len, const char* name) {
             logRecvFailure(name, attempt, frame, len, m_szRecv, got > 3 ? -1 : got);
             return false;
         }
-        if (isAcknowledge(m_szRecv, got))
+        if (isAcknowledge(m_szRecv, got) ||
+            (m_policy.completionAnswersCommand && isCompletion(m_szRecv, got)))
             return true;
         m_log.ErrorPrintf("===send:");
         m_log.recodeArray(frame, len);
@@ -222,6 +224,26 @@ int ViscaTransport::sendWithEcho(const char* frame, int len, const char* name) {
         return 1;
     }
     return 0;
+}
+
+int ViscaTransport::commandWithRestart(const char* frame, int len, int timeout, char answer[3],
+                                       const char* name) {
+    if (frame == nullptr || len <= 0 || !isOpen())
+        return -1;
+    KVMutexLocker guard(m_lock, __FILE__, __LINE__);
+    drain();
+    const int sent = m_uart->send(m_nPort, frame, len);
+    if (sent != len) {
+        logSendFailure(name, 1, sent, frame, len);
+        drain();
+        return -1;
+    }
+    char msg[kMaxReply];
+    int got = 0;
+    for (int read = 0; read < 2 && got < 1; ++read)
+        got = std::max(0, getRealData(msg, kMaxReply, timeout));
+    std::memcpy(answer, msg, static_cast<std::size_t>(std::min(got, 3)));
+    return std::min(got, 3);
 }
 
 int ViscaTransport::sendPlain(const char* frame, int len) {

@@ -40,6 +40,16 @@ public:
 
     ViscaTransport(SafePointer<IUARTController>& uart, int& port, KVMutex& lock,
                    ISensorController& log);
+
+    // How a module family answers. The zoom-dome modules acknowledge a command
+    // and complete it later, so a completion is another frame's; the Sony
+    // block cameras may answer a command with its completion alone, so either
+    // counts. `replyTimeout` is the acknowledge/inquiry read's time-out.
+    struct Policy {
+        bool completionAnswersCommand = false;
+        int replyTimeout = kReplyTimeout;
+    };
+    void setPolicy(const Policy& policy) { m_policy = policy; }
     ViscaTransport(const ViscaTransport&) = delete;
     ViscaTransport& operator=(const ViscaTransport&) = delete;
 
@@ -70,6 +80,14 @@ public:
     // or second attempt is only logged (the frame counts as delivered); only a
     // missing/short echo is retried, and only a wrong third echo fails.
     int sendWithEcho(const char* frame, int len, const char* name = "KVSendParam");
+    // Sends a command after which the module restarts (the video-format
+    // register write of the Sony block cameras): under the lock, input
+    // drained, one send; then the answer is read with `timeout`, a second
+    // time if the first read gets nothing. Returns the answer's length (up to
+    // 3 bytes copied to `answer`), 0 when both reads timed out, -1 when the
+    // frame did not go out (logged). The caller judges the answer.
+    int commandWithRestart(const char* frame, int len, int timeout, char answer[3],
+                           const char* name = "setParameterValue");
     // Sends a module's restart frame (plain send). When all of it went out
     // prints "Restarting sensor", waits out the 20 s the module is deaf and
     // drains the line; otherwise waits 1 s and returns 0.
@@ -114,4 +132,5 @@ private:
     // The last attempt got no whole answer, which may still come (readAnswer).
     bool m_bLateAnswer = false;
     AttemptTrace m_commandTrace;
+    Policy m_policy;
 };

@@ -242,8 +242,10 @@ TEST_F(AsciiControllers, StartUpReadsTheRecordAndTheModule) {
     std::filesystem::create_directories(m_root.path("/dev"));
     std::filesystem::create_symlink(sim.slavePath(), m_root.path("/dev/ttyS1"));
     {
-        // Nothing opened yet: nothing is sent and nothing throws.
+        // Nothing opened yet: nothing is sent and nothing throws; before
+        // start-up no parameter reaches the module.
         HitachCompatSenseController ctl;
+        EXPECT_EQ(ctl.setParameterToSensor(1, 50), 0);
         kvtest::StdoutCapture out;
         const int step = ctl.FocusUp();
         const int notice = ctl.NotifySensorInitComplate();
@@ -306,17 +308,25 @@ TEST_F(AsciiControllers, StartUpReadsTheRecordAndTheModule) {
     }
 }
 
-// The Hitach's periodic thread sends the camera mode in force again.
-TEST(AsciiHitach, PeriodicPassSendsTheCameraModeAgain) {
-    kvtest::TestRoot root(0.002); // the pass waits a minute
+// The Hitach's periodic pass sends the camera mode in force again; the
+// SC110N-C's mask ids reach the zoom base's mask commands.
+TEST_F(AsciiControllers, CameraModeAgainAndMasks) {
     AsciiSimulator sim(findAsciiModel("hitach"));
     Bench<HitachSenseController> ctl;
     ASSERT_TRUE(ctl.attach(sim.slavePath()));
-    ctl.threadBody();
+    EXPECT_EQ(ctl.reapplyCameraMode(), 1);
     EXPECT_TRUE(sim.frames().empty()) << "no camera mode set yet";
     ctl.store(10, 3);
     ASSERT_EQ(ctl.setCameraMode(4), 1);
     sim.clearFrames();
-    ctl.threadBody();
+    EXPECT_EQ(ctl.reapplyCameraMode(), 1);
     EXPECT_EQ(sim.frames(), (Frames{":WFCC807", ":WFCC903"}));
+
+    AsciiSimulator zoom(findAsciiModel("sc110n"));
+    Bench<SC110N_CSenseController> dome;
+    ASSERT_TRUE(dome.attach(zoom.slavePath()));
+    EXPECT_EQ(dome.setParameterToSensor(SC110N_CSenseController::kMaskRegion, 3), 1);
+    EXPECT_EQ(dome.setParameterToSensor(SC110N_CSenseController::kFirstMaskAction, 0), 1);
+    ASSERT_EQ(zoom.frames().size(), 1u);
+    EXPECT_EQ(static_cast<unsigned char>(zoom.frames()[0][0]), 0xA1);
 }

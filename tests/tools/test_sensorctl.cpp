@@ -204,6 +204,17 @@ TEST_F(SensorctlProcess, DriverClassRunsAgainstItsSimulator) {
     EXPECT_TRUE(contains(r.out, "> 81 01 04 A1 00 00 00 07 FF\n")) << r.out;
     EXPECT_TRUE(contains(r.out, "\nok\n") && contains(r.out, "\nsaturation=50\n")) << r.out;
     EXPECT_TRUE(contains(r.out, "\n22 daynight_mode 0..3 common")) << r.out;
+    // A register module: its frames as text, its ids named from its own table.
+    args = common();
+    for (const char* a : {"--driver", "HitachSenseController", "--simulate", "--verbose", "set",
+                          "brightness=100", "--", "get", "brightness", "--", "ids"})
+        args.push_back(a);
+    r = run(args);
+    EXPECT_EQ(r.status, 0) << r.out << r.err;
+    // Brightness 100 in the register of the picture mode in force.
+    EXPECT_TRUE(contains(r.out, "> :WFD9EFF\n") || contains(r.out, "> :WFDAEFF\n")) << r.out;
+    EXPECT_TRUE(contains(r.out, "\nbrightness=100\n")) << r.out;
+    EXPECT_TRUE(contains(r.out, "\n7 max_gain any common")) << r.out;
 }
 
 TEST_F(SensorctlProcess, UnknownCommandOrIdFailsWithAnErrorLine) {
