@@ -36,6 +36,10 @@ struct ViscaModel {
     // Registers answering inquiries from power-on (key, data), besides the
     // serial speed, the video format and the day/night register.
     std::vector<std::pair<Bytes, Bytes>> registers;
+    // The module restarts to take a video format written to 24 72: it
+    // answers the write with its acknowledge alone, then is deaf for the
+    // restart (the Sony block cameras).
+    bool restartsOnVideoFormat = false;
 };
 
 // The model called `name`, or nullptr.

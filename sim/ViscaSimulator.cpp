@@ -197,6 +197,16 @@ void ViscaSimulator::handleVisca(const Bytes& frame, double now) {
     // A filter set by command stays set: automatic ends.
     if (writesDayNight(body))
         m_bIrCutAuto = false;
+    if (m_model.restartsOnVideoFormat && body.size() == 5 && body[0] == 0x04 && body[1] == 0x24 &&
+        body[2] == 0x72) {
+        // The acknowledge alone, then the restart that takes the new format.
+        const auto s = static_cast<uint8_t>(m_nSocket);
+        m_nSocket = m_nSocket == 1 ? 2 : 1;
+        answer({0x90, static_cast<uint8_t>(0x40 | s), kEnd}, now);
+        m_dRestartUntil = now + m_dRestartSeconds;
+        ++m_nRestarts;
+        return;
+    }
     acknowledge(now);
 }
 

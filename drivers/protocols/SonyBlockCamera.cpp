@@ -41,6 +41,7 @@ SonyBlockCamera::SonyBlockCamera(ISensorController& owner, SafePointer<IUARTCont
     ViscaTransport::Policy policy;
     policy.completionAnswersCommand = true;
     policy.replyTimeout = kAnswerTimeout;
+    policy.firstThreeBytes = true;
     m_objVisca.setPolicy(policy);
 }
 

@@ -156,13 +156,13 @@ int ViscaTransport::command(const char* frame, int len, const char* name) {
     if (frame == nullptr || len <= 0)
         return 0;
     return exchange(frame, len, name, false, [&](int attempt, int got) {
-        if (got != 3) {
+        if (got < 3 || (got > 3 && !m_policy.firstThreeBytes)) {
             // A longer reply overflows the 3-byte answer: counted as nothing read.
             logRecvFailure(name, attempt, frame, len, m_szRecv, got > 3 ? -1 : got);
             return false;
         }
-        if (isAcknowledge(m_szRecv, got) ||
-            (m_policy.completionAnswersCommand && isCompletion(m_szRecv, got)))
+        if (got == 3 && (isAcknowledge(m_szRecv, got) ||
+                         (m_policy.completionAnswersCommand && isCompletion(m_szRecv, got))))
             return true;
         m_log.ErrorPrintf("===send:");
         m_log.recodeArray(frame, len);

@@ -45,9 +45,13 @@ public:
     // and complete it later, so a completion is another frame's; the Sony
     // block cameras may answer a command with its completion alone, so either
     // counts. `replyTimeout` is the acknowledge/inquiry read's time-out.
+    // `firstThreeBytes`: a longer answer to a command is judged by its first
+    // three bytes (so an error reply logs as a wrong answer) instead of
+    // counting as nothing read.
     struct Policy {
         bool completionAnswersCommand = false;
         int replyTimeout = kReplyTimeout;
+        bool firstThreeBytes = false;
     };
     void setPolicy(const Policy& policy) { m_policy = policy; }
     ViscaTransport(const ViscaTransport&) = delete;
