@@ -40,6 +40,8 @@ const ViscaModel kModels[] = {
      {0x01, 0x1E, 0x02, 0x00},
      {0x04, 0x01},
      {{{0x04, 0x4C}, {0, 0, 0, 0}}}},
+    // Offers no image settings: it is only asked for its filter (04 01).
+    {"nosensorui", 8, 6, 7, {}, {}, {}, {}, {0x04, 0x01}, {}},
 };
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "drivers/modules/CMD7200SenseController.h"
 #include "drivers/modules/HitachCompatSenseController.h"
 #include "drivers/modules/HitachSenseController.h"
+#include "drivers/modules/NoSensorUIController.h"
 #include "drivers/modules/SC110N_CSenseController.h"
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
 #include "drivers/platform/AmbaS2SenseController.h"
@@ -35,6 +36,8 @@ const DriverClass kClasses[] = {
      "cmd7200", kAsciiSampleDetail, kAsciiSampleParameters},
     {"SC110N_CSenseController", &makeDriver<SC110N_CSenseController>, DriverSimulator::Ascii,
      "sc110n", kAsciiSampleDetail, kAsciiSampleParameters},
+    {"NoSensorUIController", &makeDriver<NoSensorUIController>, DriverSimulator::Visca,
+     "nosensorui", kAsciiSampleDetail, kAsciiSampleParameters},
 };
 
 } // namespace
