@@ -65,6 +65,8 @@ const ViscaModel kModels[] = {
       {{0x7F, 0x02, 0x07}, {0x07, 0, 0, 0, 0x0F, 0x0F}},
       {{0x7F, 0x02, 0x08}, {0x08, 0, 0, 0, 0x00, 0x04}}},
      true},
+    // Offers no image settings: it is only asked for its filter (04 01).
+    {"nosensorui", 8, 6, 7, {}, {}, {}, {}, {0x04, 0x01}, {}},
 };
 
 } // namespace

@@ -6,7 +6,9 @@
 #include "drivers/modules/CMD7200SenseController.h"
 #include "drivers/modules/HitachCompatSenseController.h"
 #include "drivers/modules/HitachSenseController.h"
+#include "drivers/modules/NoSensorUIController.h"
 #include "drivers/modules/SC110N_CSenseController.h"
+#include "drivers/modules/SONYCV7500SenseController.h"
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
 #include "drivers/platform/AmbaS2SenseController.h"
 #include "drivers/platform/CMD7400SenseController.h"
@@ -14,9 +16,9 @@
 
 namespace {
 
-// The register modules' record: a plain RS-232 line, no lamp.
-constexpr const char* kAsciiSampleDetail = "RS232DeviceName=/dev/ttyS1;isInfrared=0";
-constexpr const char* kAsciiSampleParameters = "RS485=9600,8,0,1";
+// The host-built serial modules' record: a plain RS-232 line, no lamp.
+constexpr const char* kSerialSampleDetail = "RS232DeviceName=/dev/ttyS1;isInfrared=0";
+constexpr const char* kSerialSampleParameters = "RS485=9600,8,0,1";
 
 const DriverClass kClasses[] = {
     {"AmbaS2FBS8300SenseController", &makeDriver<AmbaS2FBS8300SenseController>,
@@ -28,13 +30,17 @@ const DriverClass kClasses[] = {
     {"AmbaS2SenseController", &makeDriver<AmbaS2SenseController>, DriverSimulator::Isp, nullptr,
      kIspSampleDetail, kIspSampleParameters},
     {"HitachSenseController", &makeDriver<HitachSenseController>, DriverSimulator::Ascii, "hitach",
-     "RS232DeviceName=/dev/ttyS1;isInfrared=0;isThridGeneration=1", kAsciiSampleParameters},
+     "RS232DeviceName=/dev/ttyS1;isInfrared=0;isThridGeneration=1", kSerialSampleParameters},
     {"HitachCompatSenseController", &makeDriver<HitachCompatSenseController>,
-     DriverSimulator::Ascii, "compat", kAsciiSampleDetail, kAsciiSampleParameters},
+     DriverSimulator::Ascii, "compat", kSerialSampleDetail, kSerialSampleParameters},
     {"CMD7200SenseController", &makeDriver<CMD7200SenseController>, DriverSimulator::Ascii,
-     "cmd7200", kAsciiSampleDetail, kAsciiSampleParameters},
+     "cmd7200", kSerialSampleDetail, kSerialSampleParameters},
     {"SC110N_CSenseController", &makeDriver<SC110N_CSenseController>, DriverSimulator::Ascii,
-     "sc110n", kAsciiSampleDetail, kAsciiSampleParameters},
+     "sc110n", kSerialSampleDetail, kSerialSampleParameters},
+    {"NoSensorUIController", &makeDriver<NoSensorUIController>, DriverSimulator::Visca,
+     "nosensorui", kSerialSampleDetail, kSerialSampleParameters},
+    {"SONYCV7500SenseController", &makeDriver<SONYCV7500SenseController>, DriverSimulator::Visca,
+     "cv7500", kSerialSampleDetail, kSerialSampleParameters},
 };
 
 } // namespace
