@@ -295,6 +295,10 @@ int SONYCV7500SenseController::getDNStatusFromSensor(int& status) {
     return m_objCamera.getDNStatus(status, nullptr);
 }
 
+int SONYCV7500SenseController::getDayNightState(int& state) {
+    return m_objCamera.getDNStatus(state, nullptr);
+}
+
 int SONYCV7500SenseController::getCurrentGain(int& gain) {
     return m_objCamera.getCurrentGain(gain);
 }

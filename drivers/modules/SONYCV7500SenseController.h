@@ -45,6 +45,8 @@ public:
 
     // ---- day/night and gain ----------------------------------------------------------
     int getDNStatusFromSensor(int& status) override;
+    // The filter as the module reports it (1 day, 0 night).
+    int getDayNightState(int& state) override;
     int getCurrentGain(int& gain) override;
     int turnPictureToNight() override;
     int turnPictureToDay() override;
