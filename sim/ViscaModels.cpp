@@ -65,6 +65,32 @@ const ViscaModel kModels[] = {
       {{0x7F, 0x02, 0x07}, {0x07, 0, 0, 0, 0x0F, 0x0F}},
       {{0x7F, 0x02, 0x08}, {0x08, 0, 0, 0, 0x00, 0x04}}},
      true},
+    // The CH3310: as the CV7500 without point-light registers; its sync
+    // register 04 6A is on line lock (03) from power-on.
+    {"ch3310",
+     10,
+     0x01,
+     7,
+     {},
+     {},
+     {},
+     {},
+     {0x04, 0x01},
+     {{{0x04, 0x4C}, {0, 0, 0, 0}}, {{0x04, 0x22}, {0x00}}, {{0x04, 0x6A}, {0x03}}},
+     true},
+    // The EH4300: its white balance in module value 50 (04 24 50), AWB
+    // speed 1 and automatic mode from power-on (10).
+    {"eh4300",
+     11,
+     0x01,
+     7,
+     {},
+     {},
+     {},
+     {},
+     {0x04, 0x01},
+     {{{0x04, 0x4C}, {0, 0, 0, 0}}, {{0x04, 0x22}, {0x00}}, {{0x04, 0x24, 0x50}, {0x01, 0x00}}},
+     true},
     // Offers no image settings: it is only asked for its filter (04 01).
     {"nosensorui", 8, 6, 7, {}, {}, {}, {}, {0x04, 0x01}, {}},
 };

@@ -8,7 +8,9 @@
 #include "drivers/modules/HitachSenseController.h"
 #include "drivers/modules/NoSensorUIController.h"
 #include "drivers/modules/SC110N_CSenseController.h"
+#include "drivers/modules/SONYCH3310SenseController.h"
 #include "drivers/modules/SONYCV7500SenseController.h"
+#include "drivers/modules/SONYEH4300SenseController.h"
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
 #include "drivers/platform/AmbaS2SenseController.h"
 #include "drivers/platform/CMD7400SenseController.h"
@@ -41,6 +43,10 @@ const DriverClass kClasses[] = {
      "nosensorui", kSerialSampleDetail, kSerialSampleParameters},
     {"SONYCV7500SenseController", &makeDriver<SONYCV7500SenseController>, DriverSimulator::Visca,
      "cv7500", kSerialSampleDetail, kSerialSampleParameters},
+    {"SONYCH3310SenseController", &makeDriver<SONYCH3310SenseController>, DriverSimulator::Visca,
+     "ch3310", kSerialSampleDetail, kSerialSampleParameters},
+    {"SONYEH4300SenseController", &makeDriver<SONYEH4300SenseController>, DriverSimulator::Visca,
+     "eh4300", kSerialSampleDetail, kSerialSampleParameters},
 };
 
 } // namespace

@@ -12,6 +12,7 @@
 #include <map>
 #include <vector>
 
+class IdManager;
 class ISensorController;
 class ModuleConfigure;
 class ModuleParameterParser;
@@ -21,11 +22,27 @@ class SensorCache;
 // three-byte answer, the acknowledge 90 41 FF or the completion 90 51 FF,
 // either of which is success, and inquiries whose answer is copied at the
 // asked length. Each controller holds one SonyBlockCamera on its own UART
-// pointer, port, lock, log and stored parameters, gives it its setting table
-// (rows of the shared VISCA setting shape) and its irregular setters as
+// pointer, port, lock, log and stored parameters, gives it the rows of its
+// own settings (the shared VISCA setting shape; they come before the
+// family's shared rows, kSharedSettings) and its irregular setters as
 // operations, and the component does the rest.
 class SonyBlockCamera {
 public:
+    // The shorthand of the models' setting rows.
+    struct Rows {
+        using V = ViscaSetting::Value;
+        using D = ViscaSetting::Data;
+        static constexpr bool kIsOut = false;
+    };
+    // A range of parameter ids of one IdManager category.
+    struct IdRange {
+        int type;
+        int first;
+        int last;
+    };
+    // Registers the model's ids, in order.
+    static void registerIds(IdManager& ids, std::initializer_list<IdRange> ranges);
+
     // The two answers a command may get.
     static const unsigned char kAck[3];
     static const unsigned char kCompletion[3];
@@ -33,6 +50,9 @@ public:
     // of the answer to the video-format write.
     static constexpr int kAnswerTimeout = 4;
     static constexpr int kRestartTimeout = 5;
+    // The regular settings every model of the family has (ids 1..50).
+    static const ViscaSetting kSharedSettings[];
+    static const std::size_t kSharedSettingCount;
 
     SonyBlockCamera(ISensorController& owner, SafePointer<IUARTController>& uart, int& port,
                     KVMutex& lock, SensorCache& stored, const ViscaSetting* table,
@@ -47,6 +67,13 @@ public:
     int openSerial(const ModuleConfigure& config, ModuleParameterParser& detail);
 
     // ---- parameters -------------------------------------------------------------
+    // The family's operations every model has under the same ids: mirror (8),
+    // exposure mode (10), exposure compensation (17), the visibility enhancer
+    // (25..27), focus near limit (30), AF movement and interval (34, 39),
+    // one-push AF (37), defog (45), spot AE position (48, 49), the base's
+    // day/night mode, time windows, switch delay and TNF (56..63) and, when
+    // `lensSteps`, the focus and iris steps (52..55).
+    void addFamilyOperations(bool lensSteps);
     // An irregular setter behind id `id` (and its getter; without one the id
     // reads its stored value). `name` is the operation's name in the logs;
     // `failure`, when given, is logged instead of "<name> error,value is <v>".
@@ -89,6 +116,13 @@ public:
     struct RestartTexts {
         const char* timeout; // no answer to the write, twice
         const char* failed;  // another answer
+        // Logged before a second inquiry of the format after a failed first
+        // (nullptr: one inquiry), and when the inquiry failed.
+        const char* readAgain = nullptr;
+        const char* readFailed = "get video system failed";
+        // printf format of the module's format (one int) shown instead of
+        // "set video system,nValue=..,szRecv[3]=..", or nullptr.
+        const char* current = nullptr;
     };
     int setSensorVideoSystem(int videoSystem, const VideoResolution& resolution,
                              const RestartTexts& texts);
@@ -103,6 +137,10 @@ private:
         const char* failure;
     };
     int buildFrame(std::initializer_list<int> bytes, char* frame, int type) const;
+    // The model's row for `id`, else the family's shared row, or nullptr.
+    const ViscaSetting* row(int id) const;
+    const char* nameOf(int id) const;
+    bool inRange(const char* name, int v, int lo, int hi);
 
     ISensorController& m_owner;
     SensorCache& m_stored;

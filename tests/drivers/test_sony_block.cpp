@@ -1,7 +1,9 @@
-// The Sony block camera controller against the simulated camera on a pty: the recorded
-// exchanges (data/sony_cv7500_cases.txt), answers and faults, the IR-cut filter.
+// The Sony block camera controllers against the simulated camera on a pty: the recorded
+// exchanges (data/sony_<model>_cases.txt), answers and faults, the IR-cut filter.
 // labels: threaded
+#include "drivers/modules/SONYCH3310SenseController.h"
 #include "drivers/modules/SONYCV7500SenseController.h"
+#include "drivers/modules/SONYEH4300SenseController.h"
 #include "platform/TermiosUARTController.h"
 #include "sim/ViscaSimulator.h"
 #include "support/TestRoot.h"
@@ -12,6 +14,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -19,26 +22,35 @@ namespace {
 using kvtest::contains;
 using Frames = std::vector<std::string>;
 
-class Bench : public SONYCV7500SenseController {
+template <class Controller>
+class Bench : public Controller {
 public:
+    using Controller::m_nUARTPort;
+    using Controller::m_pLastSensorCache;
+    using Controller::m_pUART;
+    using Controller::m_SensorStatus;
+
     bool attach(const std::string& device) {
         m_pUART = SafePointer<IUARTController>(new TermiosUARTController());
         m_nUARTPort = m_pUART->open(device.c_str());
-        m_SensorStatus = InitSuccess;
+        m_SensorStatus = ISensorController::InitSuccess;
         return m_nUARTPort >= 0 && m_pUART->setParameter(m_nUARTPort, 9600, 8, 1, 0);
     }
     void store(int id, int value) { m_pLastSensorCache->setSensorValue(id, value); }
 };
 
-// The module's side: the cv7500 model, back 10 s after a restart (the driver waits 20).
+// The module's side: the controller's model, back 10 s after a restart (the driver waits 20).
+template <class Controller = SONYCV7500SenseController>
 struct Camera {
-    static ViscaSimulator::Options options() {
+    static ViscaSimulator::Options options(const char* model) {
         ViscaSimulator::Options o;
-        o.model = findViscaModel("cv7500");
+        o.model = findViscaModel(model);
         o.restartSeconds = 10.0;
         return o;
     }
-    Camera() : sim(options()) { ctl.attach(sim.slavePath()); }
+    explicit Camera(const char* model = "cv7500") : sim(options(model)) {
+        ctl.attach(sim.slavePath());
+    }
     Frames frames() const {
         Frames out;
         for (const ViscaSimulator::Bytes& frame : sim.frames()) {
@@ -53,7 +65,7 @@ struct Camera {
         return out;
     }
     ViscaSimulator sim;
-    Bench ctl;
+    Bench<Controller> ctl;
 };
 
 struct Case {
@@ -67,8 +79,9 @@ std::string trim(const std::string& s) {
     return a == std::string::npos ? "" : s.substr(a, s.find_last_not_of(' ') - a + 1);
 }
 
-std::vector<Case> loadCases() {
-    std::ifstream in(std::string(KV_SOURCE_DIR) + "/tests/drivers/data/sony_cv7500_cases.txt");
+std::vector<Case> loadCases(const std::string& model) {
+    std::ifstream in(std::string(KV_SOURCE_DIR) + "/tests/drivers/data/sony_" + model +
+                     "_cases.txt");
     std::vector<Case> cases;
     std::string text;
     for (int line = 1; std::getline(in, text); ++line) {
@@ -102,9 +115,10 @@ std::vector<Case> loadCases() {
     return cases;
 }
 
-void play(const Case& c) {
-    SCOPED_TRACE("data line " + std::to_string(c.line));
-    Camera cam;
+template <class Controller>
+void play(const Case& c, const char* model) {
+    SCOPED_TRACE(std::string(model) + " data line " + std::to_string(c.line));
+    Camera<Controller> cam(model);
     int id = 0, value = 0;
     if (c.verb == "set") {
         std::istringstream stored(c.setup == "-" ? "" : c.setup);
@@ -115,13 +129,24 @@ void play(const Case& c) {
     std::string result;
     kvtest::StdoutCapture out;
     if (c.verb == "set") {
-        std::sscanf(c.what.c_str(), "%d=%d", &id, &value);
-        const int r = cam.ctl.setParameterToSensor(id, value);
-        result = r == 1 ? "ok" : r == 0 ? "fail" : "none";
+        // ID=VALUE[,ID=VALUE...]: one after the other, the first that is not ok counts.
+        std::istringstream sets(c.what);
+        for (std::string item;
+             std::getline(sets, item, ',') && (result.empty() || result == "ok");) {
+            std::sscanf(item.c_str(), "%d=%d", &id, &value);
+            const int r = cam.ctl.setParameterToSensor(id, value);
+            result = r == 1 ? "ok" : r == 0 ? "fail" : "none";
+        }
     } else if (c.verb == "video") {
         int mode = 0, width = 0, height = 0;
         std::sscanf(c.what.c_str(), "%d %dx%d", &mode, &width, &height);
         result = cam.ctl.setSensorVideoSystem(mode, VideoResolution(width, height)) ? "ok" : "fail";
+    } else if (c.verb == "sync") {
+        if constexpr (std::is_same_v<Controller, SONYCH3310SenseController>) {
+            cam.sim.setRegisterValue({0x04, 0x6A},
+                                     {static_cast<uint8_t>(std::stoi(c.what, nullptr, 16))});
+            result = cam.ctl.checkInterSync() ? "ok" : "fail";
+        }
     } else {
         cam.sim.setRegisterValue({0x04, 0x01},
                                  {static_cast<uint8_t>(std::stoi(c.what, nullptr, 16))});
@@ -144,11 +169,24 @@ protected:
 
 } // namespace
 
-TEST_F(SonyBlock, RecordedExchanges) {
-    const std::vector<Case> cases = loadCases();
-    ASSERT_GT(cases.size(), 60u);
+template <class Controller>
+void playAll(const char* model, std::size_t atLeast) {
+    const std::vector<Case> cases = loadCases(model);
+    ASSERT_GT(cases.size(), atLeast);
     for (const Case& c : cases)
-        play(c);
+        play<Controller>(c, model);
+}
+
+TEST_F(SonyBlock, RecordedExchanges) {
+    playAll<SONYCV7500SenseController>("cv7500", 60);
+}
+
+TEST_F(SonyBlock, RecordedExchangesCH3310) {
+    playAll<SONYCH3310SenseController>("ch3310", 20);
+}
+
+TEST_F(SonyBlock, RecordedExchangesEH4300) {
+    playAll<SONYEH4300SenseController>("eh4300", 20);
 }
 
 // A completion is as good as an acknowledge; a restart is announced with
@@ -217,4 +255,50 @@ TEST_F(SonyBlock, IrCutFilter) {
     int gain = -1;
     EXPECT_EQ(cam.ctl.getCurrentGain(gain), 1);
     EXPECT_EQ(gain, 0);
+}
+
+// The CH3310 asks its filter and its video format a second time after a
+// failed inquiry (three silent frames); a setting that gets no answer fails
+// with its own error and the stored value stays.
+TEST_F(SonyBlock, CH3310SecondAttempts) {
+    Camera<SONYCH3310SenseController> cam("ch3310");
+    kvtest::StdoutCapture out;
+    cam.sim.setSilence(3);
+    int state = -1;
+    EXPECT_EQ(cam.ctl.getDNStatusFromSensor(state), 1);
+    EXPECT_EQ(state, 1);
+    cam.sim.setSilence(3);
+    EXPECT_EQ(cam.ctl.setSensorVideoSystem(1, VideoResolution(1920, 1080)), 1);
+    EXPECT_EQ(cam.sim.restartCount(), 1);
+    cam.sim.setSilence();
+    cam.ctl.store(22, 3);
+    EXPECT_EQ(cam.ctl.setParameterToSensor(22, 2), 0);
+    int value = 0;
+    EXPECT_EQ(cam.ctl.getParameterFromSensor(22, value), 1);
+    EXPECT_EQ(value, 3);
+    const std::string log = out.text();
+    for (const char* line : {"get day night status second", "get video system second",
+                             "Restarting sensor.....Wait 20s", "setDisplay error,value is 2"})
+        EXPECT_TRUE(contains(log, line)) << line << "\n" << log;
+    EXPECT_FALSE(contains(log, "get dn failed")) << log;
+}
+
+// The EH4300's module values: bad arguments send nothing; a read that gets
+// no answer leaves the register alone and fails the white balance.
+TEST_F(SonyBlock, EH4300ModuleValueFaults) {
+    Camera<SONYEH4300SenseController> cam("eh4300");
+    kvtest::StdoutCapture out;
+    int value = 0;
+    EXPECT_EQ(cam.ctl.getAppointValue(0x80, value), 0);
+    EXPECT_EQ(cam.ctl.modifyAppointValue(0x50, 0x0F, 0x10), 0);
+    EXPECT_TRUE(cam.frames().empty());
+    cam.sim.setSilence();
+    EXPECT_EQ(cam.ctl.setParameterToSensor(19, 1), 0);
+    EXPECT_EQ(cam.frames(), Frames(3, "81 09 04 24 50 FF"));
+    EXPECT_EQ(cam.sim.registerValue({0x04, 0x24, 0x50}), (ViscaSimulator::Bytes{0x01, 0x00}));
+    const std::string log = out.text();
+    for (const char* line :
+         {"getAppointValue() parameter error", "modifyAppointValue() parameter error",
+          "______setWBmode modifyAppointValue failed", "setWBmode error,value is 1"})
+        EXPECT_TRUE(contains(log, line)) << line << "\n" << log;
 }
