@@ -85,8 +85,7 @@ CMD7200SenseController::CMD7200SenseController()
       m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, registerTable()) {
     registerIds(*m_pIdManager);
     m_bBaseDNSwitch = false;
-    m_objModule.addThread(makeMemberThread<CMD7200SenseController>(
-        this, &CMD7200SenseController::getDNbody, "getDN"));
+    m_objModule.addThread(this, &CMD7200SenseController::getDNbody, "getDN");
 }
 
 CMD7200SenseController::~CMD7200SenseController() {

@@ -128,8 +128,7 @@ HitachCompatSenseController::HitachCompatSenseController()
     m_objModule.addOperation(
         kTNFModeId, [this](int v) { return setTNFMode(v); },
         [this](int& v) { return getTNFMode(v); });
-    m_objModule.addThread(makeMemberThread<HitachCompatSenseController>(
-        this, &HitachCompatSenseController::getDNbody, "getDN"));
+    m_objModule.addThread(this, &HitachCompatSenseController::getDNbody, "getDN");
 }
 
 HitachCompatSenseController::~HitachCompatSenseController() {

@@ -56,10 +56,8 @@ HitachSenseController::HitachSenseController()
     m_objModule.addOperation(
         kTNFModeId, [this](int v) { return setTNFMode(v); },
         [this](int& v) { return getTNFMode(v); });
-    m_objModule.addThread(makeMemberThread<HitachSenseController>(
-        this, &HitachSenseController::threadBody, "threadBody"));
-    m_objModule.addThread(
-        makeMemberThread<HitachSenseController>(this, &HitachSenseController::getDNbody, "getDN"));
+    m_objModule.addThread(this, &HitachSenseController::threadBody, "threadBody");
+    m_objModule.addThread(this, &HitachSenseController::getDNbody, "getDN");
 }
 
 // The threads call this object: they stop before any member goes.

@@ -40,36 +40,18 @@ int NoSensorUIController::initController(int, ModuleConfigure const& config) {
     std::printf("NoSenseUIController::init,ModuleConfigure is(%s,%s)\n", config.getDetail().c_str(),
                 config.getParameters().c_str());
     ModuleParameterParser detail;
-    if (detail.parse(config.getDetail()) == 0) {
-        ErrorPrintf("parse detail failed");
+    SerialRecord record;
+    if (!readSerialRecord(*this, config, false, detail, record))
         return 0;
-    }
-    std::string device;
-    if (detail.getValue("RS232DeviceName", device) == 0) {
-        ErrorPrintf("get RS232DeviceName from detail failed");
-        return 0;
-    }
-    ModuleParameterParser params;
-    if (params.parse(config.getParameters()) == 0) {
-        ErrorPrintf("parse senseParameter failed");
-        return 0;
-    }
-    std::string serial;
-    if (params.getValue("RS485", serial) == 0) {
-        ErrorPrintf("get RS232Parameter from senseParameter failed");
-        return 0;
-    }
-    int fields[4] = {}; // baud, data bits, parity, stop bits
-    if (!parseSerialSettings(*this, serial, fields))
-        return 0;
+    const std::string& device = record.device;
 
     // A second start-up opens the port anew; the thread may be asking.
     m_pGetDNThread->stop();
     if (portOpen())
         m_pUART->close(m_nUARTPort);
     m_nUARTPort = m_pUART.get() != nullptr ? m_pUART->open(device.c_str()) : -1;
-    if (m_nUARTPort < 0 ||
-        m_pUART->setParameter(m_nUARTPort, fields[0], fields[1], fields[3], fields[2]) == 0) {
+    if (m_nUARTPort < 0 || m_pUART->setParameter(m_nUARTPort, record.baud, record.dataBits,
+                                                 record.stopBits, record.parity) == 0) {
         ErrorPrintf("open uart (%s) failed", device.c_str());
         if (m_nUARTPort >= 0)
             m_pUART->close(m_nUARTPort);

@@ -90,8 +90,7 @@ SC110N_CSenseController::SC110N_CSenseController()
     int id = kFirstMaskAction;
     for (Action action : kMaskActions)
         m_objModule.addOperation(id++, [this, action](int) { return (this->*action)(); });
-    m_objModule.addThread(makeMemberThread<SC110N_CSenseController>(
-        this, &SC110N_CSenseController::getDNbody, "getDN"));
+    m_objModule.addThread(this, &SC110N_CSenseController::getDNbody, "getDN");
 }
 
 SC110N_CSenseController::~SC110N_CSenseController() {

@@ -72,10 +72,6 @@ void AsciiRegisterModule::closeSerial() {
 
 // ---- threads -----------------------------------------------------------------
 
-void AsciiRegisterModule::addThread(GThread* thread) {
-    m_vecThreads.emplace_back(thread);
-}
-
 int AsciiRegisterModule::startThreads() {
     int result = 1;
     for (const std::unique_ptr<GThread>& thread : m_vecThreads) {

@@ -82,10 +82,14 @@ public:
     int isInfrared() const { return m_nIsInfrared; }
 
     // ---- threads ----------------------------------------------------------------
-    // Takes a controller thread (made unstarted); startThreads starts those not
-    // running, stopThreads stops them and `also` (the base's worker), all asked
-    // first so none waits out another's pass.
-    void addThread(GThread* thread);
+    // Makes (unstarted) and keeps a thread running `body` of the controller;
+    // startThreads starts those not running, stopThreads stops them and
+    // `also` (the base's worker), all asked first so none waits out another's
+    // pass.
+    template <class C>
+    void addThread(C* owner, int (C::*body)(), const char* name) {
+        m_vecThreads.emplace_back(makeMemberThread<C>(owner, body, name));
+    }
     int startThreads();
     void stopThreads(GThread* also);
 

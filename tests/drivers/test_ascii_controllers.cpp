@@ -9,6 +9,7 @@
 #include "platform/SysfsGPIO.h"
 #include "platform/TermiosUARTController.h"
 #include "sim/AsciiSimulator.h"
+#include "support/RecordedCases.h"
 #include "support/TestRoot.h"
 
 #include <gtest/gtest.h>
@@ -18,7 +19,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <sstream>
 #include <string>
@@ -54,7 +54,7 @@ public:
     }
 };
 
-// One recorded case of the data file.
+// One recorded case of the data file: verb, model, set-up, what, result, frames.
 struct Case {
     int line = 0;
     std::string verb, model, setup, what, result;
@@ -63,32 +63,23 @@ struct Case {
 };
 
 std::vector<Case> loadCases() {
-    std::ifstream in(std::string(KV_SOURCE_DIR) + "/tests/drivers/data/ascii_register_cases.txt");
     std::vector<Case> cases;
-    std::string text;
-    for (int line = 1; std::getline(in, text); ++line) {
-        if (text.empty() || text[0] == '#')
-            continue;
+    for (const kvtest::RecordedCase& r :
+         kvtest::loadRecordedCases("drivers/data/ascii_register_cases.txt")) {
         Case c;
-        c.line = line;
-        const std::size_t quote = text.find('"');
-        if (quote != std::string::npos) {
-            c.log = text.substr(quote + 1, text.rfind('"') - quote - 1);
-            text.resize(quote);
-        }
-        std::istringstream words(text);
-        words >> c.verb >> c.model >> c.setup >> c.what;
-        if (c.verb == "video") {
-            std::string size;
-            words >> size;
-            c.what += " " + size;
-        }
-        if (c.verb == "daynight")
-            c.result = c.what; // the state the pass leaves
-        else
-            words >> c.result;
-        for (std::string frame; words >> frame;)
-            c.frames.push_back(frame);
+        c.line = r.line;
+        c.log = r.log;
+        std::size_t next = 0;
+        const auto word = [&r, &next] { return next < r.words.size() ? r.words[next++] : ""; };
+        c.verb = word();
+        c.model = word();
+        c.setup = word();
+        c.what = word();
+        if (c.verb == "video")
+            c.what += " " + word();
+        // A day/night case names the state the pass leaves where the others name the result.
+        c.result = c.verb == "daynight" ? c.what : word();
+        c.frames.assign(r.words.begin() + static_cast<long>(next), r.words.end());
         cases.push_back(c);
     }
     return cases;
