@@ -6,12 +6,12 @@
 #include "drivers/modules/SONYEH4300SenseController.h"
 #include "platform/TermiosUARTController.h"
 #include "sim/ViscaSimulator.h"
+#include "support/RecordedCases.h"
 #include "support/TestRoot.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <type_traits>
@@ -74,42 +74,23 @@ struct Case {
     Frames frames;
 };
 
-std::string trim(const std::string& s) {
-    const std::size_t a = s.find_first_not_of(' ');
-    return a == std::string::npos ? "" : s.substr(a, s.find_last_not_of(' ') - a + 1);
-}
-
 std::vector<Case> loadCases(const std::string& model) {
-    std::ifstream in(std::string(KV_SOURCE_DIR) + "/tests/drivers/data/sony_" + model +
-                     "_cases.txt");
     std::vector<Case> cases;
-    std::string text;
-    for (int line = 1; std::getline(in, text); ++line) {
-        if (text.empty() || text[0] == '#')
-            continue;
+    for (const kvtest::RecordedCase& r :
+         kvtest::loadRecordedCases("drivers/data/sony_" + model + "_cases.txt")) {
         Case c;
-        c.line = line;
-        const std::size_t quote = text.find('"');
-        if (quote != std::string::npos) {
-            c.log = text.substr(quote + 1, text.rfind('"') - quote - 1);
-            text.resize(quote);
-        }
-        std::istringstream parts(text);
-        std::string head;
-        std::getline(parts, head, '|');
-        for (std::string frame; std::getline(parts, frame, '|');)
-            c.frames.push_back(trim(frame));
-        std::istringstream words(head);
-        words >> c.verb;
+        c.line = r.line;
+        c.log = r.log;
+        c.frames = r.frames;
+        std::size_t next = 0;
+        const auto word = [&r, &next] { return next < r.words.size() ? r.words[next++] : ""; };
+        c.verb = word();
         if (c.verb == "set")
-            words >> c.setup;
-        words >> c.what;
-        if (c.verb == "video") {
-            std::string size;
-            words >> size;
-            c.what += " " + size;
-        }
-        words >> c.result;
+            c.setup = word();
+        c.what = word();
+        if (c.verb == "video")
+            c.what += " " + word();
+        c.result = word();
         cases.push_back(c);
     }
     return cases;
