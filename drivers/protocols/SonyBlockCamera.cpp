@@ -4,6 +4,7 @@
 #include "config/IdManager.h"
 #include "config/SensorCache.h"
 #include "controller/ISensorController.h"
+#include "drivers/protocols/ModuleDispatch.h"
 #include "platform/KovantTime.h"
 #include "platform/ModuleConfigure.h"
 #include "platform/ModuleParameterParser.h"
@@ -255,11 +256,7 @@ const char* SonyBlockCamera::nameOf(int id) const {
 }
 
 int SonyBlockCamera::setParameter(int id, int value) {
-    if (m_owner.getSensorStatus() != ISensorController::InitSuccess) {
-        m_owner.ErrorPrintf("m_SensorStatus != ISensorController::InitSuccess!");
-        return 0;
-    }
-    const int base = m_owner.ISensorController::setParameterToSensor(id, value);
+    const int base = dispatchSetToBase(m_owner, id, value);
     if (base != -1)
         return base;
     const int result = apply(id, value);
@@ -272,12 +269,9 @@ int SonyBlockCamera::setParameter(int id, int value) {
 }
 
 int SonyBlockCamera::getParameter(int id, int& value) {
-    if (m_owner.getSensorStatus() != ISensorController::InitSuccess) {
-        m_owner.ErrorPrintf("m_SensorStatus != ISensorController::InitSuccess!");
-        return 0;
-    }
-    if (id >= 500 && id <= 504)
-        return m_owner.ISensorController::getParameterFromSensor(id, value);
+    const int base = dispatchGetToBase(m_owner, id, value);
+    if (base != -1)
+        return base;
     const auto op = m_mapOperations.find(id);
     if (op == m_mapOperations.end() && row(id) == nullptr)
         return -1;

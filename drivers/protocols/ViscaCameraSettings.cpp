@@ -2,6 +2,7 @@
 #include "drivers/protocols/ViscaCameraSettings.h"
 
 #include "controller/ISensorController.h"
+#include "drivers/protocols/ModuleDispatch.h"
 #include "platform/KovantTime.h"
 #include "platform/kvia.h"
 
@@ -155,11 +156,7 @@ int ViscaCameraSettings::command(std::initializer_list<int> bytes) {
 // Only an initialised controller talks to its module. The base's ids
 // (scheme windows) come first.
 int ViscaCameraSettings::setParameterToSensor(int id, int value) {
-    if (m_owner.getSensorStatus() != ISensorController::InitSuccess) {
-        m_owner.ErrorPrintf("m_SensorStatus != ISensorController::InitSuccess!");
-        return 0;
-    }
-    const int base = m_owner.ISensorController::setParameterToSensor(id, value);
+    const int base = dispatchSetToBase(m_owner, id, value);
     if (base != -1)
         return base;
     if (!isOwnId(id))
@@ -204,12 +201,9 @@ int ViscaCameraSettings::setParameterToSensor(int id, int value) {
 }
 
 int ViscaCameraSettings::getParameterFromSensor(int id, int& value) {
-    if (m_owner.getSensorStatus() != ISensorController::InitSuccess) {
-        m_owner.ErrorPrintf("m_SensorStatus != ISensorController::InitSuccess!");
-        return 0;
-    }
-    if (id >= 500 && id <= 504)
-        return m_owner.ISensorController::getParameterFromSensor(id, value);
+    const int base = dispatchGetToBase(m_owner, id, value);
+    if (base != -1)
+        return base;
     if (!isOwnId(id))
         return -1;
     if (lookup(std::begin(kFixedValues), std::end(kFixedValues), id, value))
