@@ -81,15 +81,14 @@ const AsciiRegisterModule::DayNightRead kDayNight = {{":RFFE700", 2, "recvData 1
 } // namespace
 
 CMD7200SenseController::CMD7200SenseController()
-    : ISensorController(kSensorType),
-      m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, registerTable()) {
+    : AsciiRegisterController(kSensorType, registerTable(), -1, kMirror) {
     registerIds(*m_pIdManager);
     m_bBaseDNSwitch = false;
     m_objModule.addThread(this, &CMD7200SenseController::getDNbody, "getDN");
 }
 
 CMD7200SenseController::~CMD7200SenseController() {
-    m_objModule.stopThreads(m_DNChangeThread.get());
+    stopThreads();
 }
 
 int CMD7200SenseController::initController(int, ModuleConfigure const& config) {
@@ -104,31 +103,6 @@ int CMD7200SenseController::initController(int, ModuleConfigure const& config) {
 int CMD7200SenseController::setSensorVideoSystem(int videoSystem,
                                                  VideoResolution const& resolution) {
     return m_objModule.setVideoSystem(kVideoSystems, videoSystem, resolution, false);
-}
-
-int CMD7200SenseController::NotifySensorInitComplate() {
-    return m_objModule.protocol().sendData(AsciiRegisterProtocol::kInitComplete);
-}
-
-int CMD7200SenseController::setParameterToSensor(int id, int value) {
-    return m_objModule.setParameter(id, value);
-}
-
-int CMD7200SenseController::getParameterFromSensor(int id, int& value) {
-    return m_objModule.getParameter(id, value);
-}
-
-int CMD7200SenseController::getMirrorValue(int& value) {
-    value = m_objModule.stored(kMirror);
-    return 1;
-}
-
-int CMD7200SenseController::getDNStatusFromSensor(int& status) {
-    return m_objModule.dayNightStatus(status);
-}
-
-int CMD7200SenseController::getDayNightState(int& state) {
-    return m_objModule.dayNightStatus(state);
 }
 
 int CMD7200SenseController::getDNbody() {

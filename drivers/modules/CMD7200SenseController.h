@@ -1,8 +1,7 @@
 // Controller of the CMD7200 register-programmed block camera module.
 #pragma once
 
-#include "controller/ISensorController.h"
-#include "drivers/protocols/AsciiRegisterModule.h"
+#include "drivers/protocols/AsciiRegisterController.h"
 
 // The CMD7200 speaks the ASCII register frames of the family
 // (AsciiRegisterProtocol) with a shorter table of its own: brightness,
@@ -13,7 +12,7 @@
 // (FFE7). Video system in FFFE (01 PAL, 03 NTSC, any frame size).
 //
 // Parameter ids: 1..10 common.
-class CMD7200SenseController : public ISensorController {
+class CMD7200SenseController : public AsciiRegisterController<ISensorController> {
 public:
     // Sensor type passed to the base; the module has its own ISP.
     static constexpr int kSensorType = 6;
@@ -40,17 +39,7 @@ public:
 
     int initController(int videoSystem, ModuleConfigure const& config) override;
     int setSensorVideoSystem(int videoSystem, VideoResolution const& resolution) override;
-    int NotifySensorInitComplate() override;
 
-    int setParameterToSensor(int id, int value) override;
-    int getParameterFromSensor(int id, int& value) override;
-    int getMirrorValue(int& value) override;
-
-    int getDNStatusFromSensor(int& status) override;
-    int getDayNightState(int& state) override;
     // One pass of the "getDN" thread.
     int getDNbody();
-
-protected:
-    AsciiRegisterModule m_objModule;
 };

@@ -122,17 +122,14 @@ const AsciiRegisterModule::DayNightRead kControlRegister = {
 } // namespace
 
 HitachCompatSenseController::HitachCompatSenseController()
-    : ISensorController(kSensorType),
-      m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, registerTable()) {
+    : AsciiRegisterController(kSensorType, registerTable(), -1, ascii::kMirror) {
     registerIds(*m_pIdManager);
-    m_objModule.addOperation(
-        kTNFModeId, [this](int v) { return setTNFMode(v); },
-        [this](int& v) { return getTNFMode(v); });
+    addTNFMode(kTNFModeId);
     m_objModule.addThread(this, &HitachCompatSenseController::getDNbody, "getDN");
 }
 
 HitachCompatSenseController::~HitachCompatSenseController() {
-    m_objModule.stopThreads(m_DNChangeThread.get());
+    stopThreads();
 }
 
 int HitachCompatSenseController::initController(int, ModuleConfigure const& config) {
@@ -157,37 +154,12 @@ int HitachCompatSenseController::setSensorVideoSystem(int videoSystem,
     return m_objModule.setVideoSystem(kVideoSystems, videoSystem, resolution, false);
 }
 
-int HitachCompatSenseController::NotifySensorInitComplate() {
-    return m_objModule.protocol().sendData(AsciiRegisterProtocol::kInitComplete);
-}
-
-int HitachCompatSenseController::setParameterToSensor(int id, int value) {
-    return m_objModule.setParameter(id, value);
-}
-
-int HitachCompatSenseController::getParameterFromSensor(int id, int& value) {
-    return m_objModule.getParameter(id, value);
-}
-
-int HitachCompatSenseController::getMirrorValue(int& value) {
-    value = m_objModule.stored(ascii::kMirror);
-    return 1;
-}
-
 int HitachCompatSenseController::FocusUp() {
     return m_objModule.apply(kFocusUp, 0);
 }
 
 int HitachCompatSenseController::FocusDown() {
     return m_objModule.apply(kFocusDown, 0);
-}
-
-int HitachCompatSenseController::getDNStatusFromSensor(int& status) {
-    return m_objModule.dayNightStatus(status);
-}
-
-int HitachCompatSenseController::getDayNightState(int& state) {
-    return m_objModule.dayNightStatus(state);
 }
 
 int HitachCompatSenseController::getDNbody() {

@@ -1,8 +1,7 @@
 // Controller of the Hitach-compatible register-programmed block camera module.
 #pragma once
 
-#include "controller/ISensorController.h"
-#include "drivers/protocols/AsciiRegisterModule.h"
+#include "drivers/protocols/AsciiRegisterController.h"
 
 #include <atomic>
 
@@ -16,7 +15,7 @@
 //
 // Parameter ids: 1..4, 6, 7, 9, 10, 12..14, 16..19, 21 common; 20 (lens
 // adjustment) and 54/55 (focus steps) set-only.
-class HitachCompatSenseController : public ISensorController {
+class HitachCompatSenseController : public AsciiRegisterController<ISensorController> {
 public:
     // Sensor type passed to the base; the module has its own ISP.
     static constexpr int kSensorType = 5;
@@ -32,23 +31,16 @@ public:
 
     int initController(int videoSystem, ModuleConfigure const& config) override;
     int setSensorVideoSystem(int videoSystem, VideoResolution const& resolution) override;
-    int NotifySensorInitComplate() override;
 
-    int setParameterToSensor(int id, int value) override;
-    int getParameterFromSensor(int id, int& value) override;
-    int getMirrorValue(int& value) override;
     // One focus step each way (FCBB).
     int FocusUp();
     int FocusDown();
 
-    int getDNStatusFromSensor(int& status) override;
-    int getDayNightState(int& state) override;
     // One pass of the "getDN" thread.
     int getDNbody();
 
     int getSensorVersion() const { return m_nSensorVersion; }
 
 protected:
-    AsciiRegisterModule m_objModule;
     std::atomic<int> m_nSensorVersion{0};
 };

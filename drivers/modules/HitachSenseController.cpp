@@ -44,25 +44,21 @@ void HitachSenseController::registerIds(IdManager& ids) {
 }
 
 HitachSenseController::HitachSenseController()
-    : ISensorController(kSensorType),
-      m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, registerTable(),
-                  ascii::kPicMode) {
+    : AsciiRegisterController(kSensorType, registerTable(), ascii::kPicMode, ascii::kMirror) {
     registerIds(*m_pIdManager);
     m_bBaseDNSwitch = false;
     m_objModule.addOperation(ascii::kCameraMode, [this](int v) { return setCameraMode(v); });
     m_objModule.addOperation(
         ascii::kFocusMode, [this](int v) { return setFocusMode(v); },
         [this](int& v) { return getFocusMode(v); });
-    m_objModule.addOperation(
-        kTNFModeId, [this](int v) { return setTNFMode(v); },
-        [this](int& v) { return getTNFMode(v); });
+    addTNFMode(kTNFModeId);
     m_objModule.addThread(this, &HitachSenseController::threadBody, "threadBody");
     m_objModule.addThread(this, &HitachSenseController::getDNbody, "getDN");
 }
 
 // The threads call this object: they stop before any member goes.
 HitachSenseController::~HitachSenseController() {
-    m_objModule.stopThreads(m_DNChangeThread.get());
+    stopThreads();
 }
 
 int HitachSenseController::initController(int, ModuleConfigure const& config) {
@@ -89,19 +85,6 @@ int HitachSenseController::NotifySensorInitComplate() {
     return m_objModule.protocol().sendData(AsciiRegisterProtocol::kInitComplete);
 }
 
-int HitachSenseController::setParameterToSensor(int id, int value) {
-    return m_objModule.setParameter(id, value);
-}
-
-int HitachSenseController::getParameterFromSensor(int id, int& value) {
-    return m_objModule.getParameter(id, value);
-}
-
-int HitachSenseController::getMirrorValue(int& value) {
-    value = m_objModule.stored(ascii::kMirror);
-    return 1;
-}
-
 int HitachSenseController::setFocusMode(int mode) {
     return m_objModule.apply(ascii::kFocusMode, mode);
 }
@@ -118,14 +101,6 @@ int HitachSenseController::setCameraMode(int mode) {
         std::printf("set cameramode %d \n", mode);
     m_nPendingCameraMode = mode;
     return 1;
-}
-
-int HitachSenseController::getDNStatusFromSensor(int& status) {
-    return m_objModule.dayNightStatus(status);
-}
-
-int HitachSenseController::getDayNightState(int& state) {
-    return m_objModule.dayNightStatus(state);
 }
 
 int HitachSenseController::getDNbody() {

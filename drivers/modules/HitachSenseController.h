@@ -1,8 +1,7 @@
 // Controller of the Hitach register-programmed block camera module.
 #pragma once
 
-#include "controller/ISensorController.h"
-#include "drivers/protocols/AsciiRegisterModule.h"
+#include "drivers/protocols/AsciiRegisterController.h"
 
 #include <atomic>
 
@@ -23,7 +22,7 @@
 //
 // Parameter ids: 1..4, 6..11, 13..17 common (12, mirror, is handled but not
 // registered; 5 is not handled).
-class HitachSenseController : public ISensorController {
+class HitachSenseController : public AsciiRegisterController<ISensorController> {
 public:
     // Sensor type passed to the base (no factory id: hosts build the driver
     // themselves). The block module has its own ISP: no SoC ISP tuning.
@@ -41,16 +40,11 @@ public:
     int setSensorVideoSystem(int videoSystem, VideoResolution const& resolution) override;
     int NotifySensorInitComplate() override;
 
-    int setParameterToSensor(int id, int value) override;
-    int getParameterFromSensor(int id, int& value) override;
-    int getMirrorValue(int& value) override;
     int setFocusMode(int mode) override;
     int getFocusMode(int& mode) override;
     // Camera mode 0..4 (FCC8); prints "set cameramode %d \n" (print flag) on success.
     int setCameraMode(int mode);
 
-    int getDNStatusFromSensor(int& status) override;
-    int getDayNightState(int& state) override;
     // One pass of the "getDN" thread: reads FFE7, waits 1 s (3 s on failure).
     int getDNbody();
     // One pass of the "threadBody" thread: reapplyCameraMode, then 60 s.
@@ -61,7 +55,6 @@ public:
     int isThirdGeneration() const { return m_nThirdGeneration; }
 
 protected:
-    AsciiRegisterModule m_objModule;
     std::atomic<int> m_nThirdGeneration{0};
     // The camera mode last set, sent again by threadBody; -1 none yet.
     std::atomic<int> m_nPendingCameraMode{-1};

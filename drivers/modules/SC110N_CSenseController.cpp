@@ -70,15 +70,11 @@ const AsciiRegisterModule::DayNightRead kDayNight = {{":RFFE700", 2, "recvData @
 } // namespace
 
 SC110N_CSenseController::SC110N_CSenseController()
-    : IDMX420ZoomSensorController(kSensorType),
-      m_objModule(*this, m_pUART, m_nUARTPort, m_mutex, *m_pLastSensorCache, registerTable(),
-                  ascii::kPicMode) {
+    : AsciiRegisterController(kSensorType, registerTable(), ascii::kPicMode, ascii::kMirror) {
     registerIds(*m_pIdManager);
     m_bBaseDNSwitch = false;
     m_objModule.protocol().setWriteName("sendData");
-    m_objModule.addOperation(
-        kTNFModeId, [this](int v) { return setTNFMode(v); },
-        [this](int& v) { return getTNFMode(v); });
+    addTNFMode(kTNFModeId);
     m_objModule.addOperation(
         kMaskRegion, [this](int v) { return setRegion(v); },
         [this](int& v) { return getRegion(v); });
@@ -94,7 +90,7 @@ SC110N_CSenseController::SC110N_CSenseController()
 }
 
 SC110N_CSenseController::~SC110N_CSenseController() {
-    m_objModule.stopThreads(m_DNChangeThread.get());
+    stopThreads();
 }
 
 int SC110N_CSenseController::initController(int, ModuleConfigure const& config) {
@@ -117,31 +113,6 @@ int SC110N_CSenseController::initController(int, ModuleConfigure const& config) 
 int SC110N_CSenseController::setSensorVideoSystem(int videoSystem,
                                                   VideoResolution const& resolution) {
     return m_objModule.setVideoSystem(kVideoSystems, videoSystem, resolution, false);
-}
-
-int SC110N_CSenseController::NotifySensorInitComplate() {
-    return m_objModule.protocol().sendData(AsciiRegisterProtocol::kInitComplete);
-}
-
-int SC110N_CSenseController::setParameterToSensor(int id, int value) {
-    return m_objModule.setParameter(id, value);
-}
-
-int SC110N_CSenseController::getParameterFromSensor(int id, int& value) {
-    return m_objModule.getParameter(id, value);
-}
-
-int SC110N_CSenseController::getMirrorValue(int& value) {
-    value = m_objModule.stored(ascii::kMirror);
-    return 1;
-}
-
-int SC110N_CSenseController::getDNStatusFromSensor(int& status) {
-    return m_objModule.dayNightStatus(status);
-}
-
-int SC110N_CSenseController::getDayNightState(int& state) {
-    return m_objModule.dayNightStatus(state);
 }
 
 int SC110N_CSenseController::getDNbody() {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "drivers/platform/IDMX420ZoomSensorController.h"
-#include "drivers/protocols/AsciiRegisterModule.h"
+#include "drivers/protocols/AsciiRegisterController.h"
 
 #include <atomic>
 
@@ -16,7 +16,7 @@
 //
 // Parameter ids: 1..4, 6..11, 13..18 common, 19 (noise-reduction level)
 // keeps its default, 20 and 22..29 (privacy masks) set-only.
-class SC110N_CSenseController : public IDMX420ZoomSensorController {
+class SC110N_CSenseController : public AsciiRegisterController<IDMX420ZoomSensorController> {
 public:
     // Sensor type passed to the base; the module has its own ISP.
     static constexpr int kSensorType = 7;
@@ -36,20 +36,12 @@ public:
 
     int initController(int videoSystem, ModuleConfigure const& config) override;
     int setSensorVideoSystem(int videoSystem, VideoResolution const& resolution) override;
-    int NotifySensorInitComplate() override;
 
-    int setParameterToSensor(int id, int value) override;
-    int getParameterFromSensor(int id, int& value) override;
-    int getMirrorValue(int& value) override;
-
-    int getDNStatusFromSensor(int& status) override;
-    int getDayNightState(int& state) override;
     // One pass of the "getDN" thread.
     int getDNbody();
 
     int getSensorVersion() const { return m_nSensorVersion; }
 
 protected:
-    AsciiRegisterModule m_objModule;
     std::atomic<int> m_nSensorVersion{0};
 };

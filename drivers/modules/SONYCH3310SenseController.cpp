@@ -57,6 +57,10 @@ SONYCH3310SenseController::SONYCH3310SenseController()
     m_objCamera.addFamilyOperations(false);
 }
 
+SONYCH3310SenseController::~SONYCH3310SenseController() {
+    stopThreads();
+}
+
 int SONYCH3310SenseController::initController(int videoSystem, ModuleConfigure const& config) {
     if (SonyBlockController::initController(videoSystem, config) == 0)
         return 0;

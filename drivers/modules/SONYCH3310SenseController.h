@@ -20,6 +20,7 @@ public:
     static constexpr int kSensorType = 10;
 
     SONYCH3310SenseController();
+    ~SONYCH3310SenseController() override;
 
     static void registerIds(IdManager& ids);
 

@@ -77,6 +77,10 @@ SONYCV7500SenseController::SONYCV7500SenseController()
                    [this](int) -> int { return ClosePointLightFocus(); });
 }
 
+SONYCV7500SenseController::~SONYCV7500SenseController() {
+    stopThreads();
+}
+
 // ---- point-light focus ----------------------------------------------------------
 
 int SONYCV7500SenseController::OpenPointLightFocus() {

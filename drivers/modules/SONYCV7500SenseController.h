@@ -24,6 +24,7 @@ public:
     static const unsigned char kPointLightAnswers[81];
 
     SONYCV7500SenseController();
+    ~SONYCV7500SenseController() override;
 
     static void registerIds(IdManager& ids);
     // The CV7500's own setting rows (the shared ones are SonyBlockCamera's).

@@ -88,6 +88,10 @@ SONYEH4300SenseController::SONYEH4300SenseController()
     });
 }
 
+SONYEH4300SenseController::~SONYEH4300SenseController() {
+    stopThreads();
+}
+
 // ---- module values ---------------------------------------------------------------
 
 int SONYEH4300SenseController::getAppointValue(int reg, int& value) {

@@ -24,6 +24,7 @@ public:
     static constexpr int kWBSpeedBits = 0x30;
 
     SONYEH4300SenseController();
+    ~SONYEH4300SenseController() override;
 
     static void registerIds(IdManager& ids);
 

@@ -66,12 +66,17 @@ protected:
                                         *this->m_pLastSensorCache, table, count),
           m_szDNAgain(dnAgain), m_restartTexts(restart) {}
     ~SonyBlockController() override {
+        stopThreads();
+        if (m_objCamera.transport().isOpen())
+            this->m_pUART->close(this->m_nUARTPort);
+    }
+    // The base's worker calls this object's operations, some of them the
+    // model's own: each model stops it first thing in its own destructor.
+    void stopThreads() {
         if (this->m_DNChangeThread) {
             this->m_DNChangeThread->requestStop();
             this->m_DNChangeThread->stop();
         }
-        if (m_objCamera.transport().isOpen())
-            this->m_pUART->close(this->m_nUARTPort);
     }
 
     SonyBlockCamera m_objCamera;
