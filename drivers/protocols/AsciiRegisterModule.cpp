@@ -43,7 +43,6 @@ int AsciiRegisterModule::openSerial(const ModuleConfigure& config, ModuleParamet
     SerialRecord record;
     if (!readSerialRecord(m_owner, config, true, detail, record))
         return 0;
-    m_nIsInfrared = record.isInfrared;
     // A second init opens the port anew: the threads of the first stop
     // before the port goes (startThreads runs them again).
     stopThreads(nullptr);

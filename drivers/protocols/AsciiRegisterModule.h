@@ -79,7 +79,6 @@ public:
     int openSerial(const ModuleConfigure& config, ModuleParameterParser& detail);
     bool isOpen() const;
     void closeSerial();
-    int isInfrared() const { return m_nIsInfrared; }
 
     // ---- threads ----------------------------------------------------------------
     // Makes (unstarted) and keeps a thread running `body` of the controller;
@@ -142,7 +141,6 @@ private:
     std::vector<ascii::Setting> m_vecSettings;
     std::map<int, Operation> m_mapOperations;
     int m_nPictureModeId;
-    int m_nIsInfrared = 0;
     std::atomic<int> m_nDayNight{-1}; // 0 day, 1 night, -1 not read yet
     std::vector<std::unique_ptr<GThread>> m_vecThreads;
 };

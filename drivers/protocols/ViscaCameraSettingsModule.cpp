@@ -1,5 +1,4 @@
 // VISCA block camera: DC frame, video-format register, 2A gain, serial settings text.
-#include "drivers/protocols/SerialSettings.h"
 #include "drivers/protocols/ViscaCameraSettings.h"
 
 #include "controller/ISensorController.h"
