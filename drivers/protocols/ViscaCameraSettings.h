@@ -17,8 +17,7 @@ class SensorCache;
 // (ViscaSettings), the settings that are code (mirror, exposure mode, IR cut,
 // day/night thresholds, focus, noise reduction), the values reported without
 // asking the module, and the module services the drivers have in common (the
-// DC frame, the video-format register, the gain handed to the 2A library, the
-// serial-settings text).
+// DC frame, the video-format register, the gain handed to the 2A library).
 //
 // Frames go out through the owning controller's setParameterValue and
 // getParameterValue, so each driver's own transport rules apply. Ids the

@@ -1,4 +1,4 @@
-// VISCA block camera: DC frame, video-format register, 2A gain, serial settings text.
+// VISCA block camera: DC frame, video-format register, 2A gain.
 #include "drivers/protocols/ViscaCameraSettings.h"
 
 #include "controller/ISensorController.h"
