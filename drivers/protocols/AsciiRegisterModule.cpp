@@ -46,16 +46,7 @@ int AsciiRegisterModule::openSerial(const ModuleConfigure& config, ModuleParamet
     // A second init opens the port anew: the threads of the first stop
     // before the port goes (startThreads runs them again).
     stopThreads(nullptr);
-    closeSerial();
-    if (m_uart.get() == nullptr || (m_nPort = m_uart->open(record.device.c_str())) < 0 ||
-        m_uart->setParameter(m_nPort, record.baud, record.dataBits, record.stopBits,
-                             record.parity) == 0) {
-        m_owner.ErrorPrintf("open UART(%s) failed", record.device.c_str());
-        closeSerial();
-        return 0;
-    }
-    m_uart->clearRecvBuffer(m_nPort);
-    return 1;
+    return openSerialPort(m_owner, m_uart, m_nPort, record) ? 1 : 0;
 }
 
 bool AsciiRegisterModule::isOpen() const {

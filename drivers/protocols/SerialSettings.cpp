@@ -56,3 +56,21 @@ bool readSerialRecord(ISensorController& log, const ModuleConfigure& config, boo
     record.stopBits = fields[3];
     return true;
 }
+
+bool openSerialPort(ISensorController& log, SafePointer<IUARTController>& uart, int& port,
+                    const SerialRecord& record) {
+    if (uart.get() != nullptr && port >= 0)
+        uart->close(port);
+    port = -1;
+    if (uart.get() == nullptr || (port = uart->open(record.device.c_str())) < 0 ||
+        uart->setParameter(port, record.baud, record.dataBits, record.stopBits, record.parity) ==
+            0) {
+        log.ErrorPrintf("open UART(%s) failed", record.device.c_str());
+        if (uart.get() != nullptr && port >= 0)
+            uart->close(port);
+        port = -1;
+        return false;
+    }
+    uart->clearRecvBuffer(port);
+    return true;
+}

@@ -1,6 +1,9 @@
 // The module parameters' serial line settings, as every serial module driver reads them.
 #pragma once
 
+#include "foundation/SafePointer.h"
+#include "platform/IUARTController.h"
+
 #include <string>
 
 class ISensorController;
@@ -32,3 +35,9 @@ struct SerialRecord {
 // `detail` keeps the parsed detail for the driver's own keys.
 bool readSerialRecord(ISensorController& log, const ModuleConfigure& config, bool needInfrared,
                       ModuleParameterParser& detail, SerialRecord& record);
+
+// Opens the record's device into `port` and sets its line; the input starts
+// empty. On failure logs "open UART(<device>) failed", leaves no port open
+// and returns false. A port already open is closed first.
+bool openSerialPort(ISensorController& log, SafePointer<IUARTController>& uart, int& port,
+                    const SerialRecord& record);
