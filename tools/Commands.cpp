@@ -77,10 +77,12 @@ void Commands::showFrames() {
         m_nFramesShown = frames.size();
         return;
     }
-    ViscaSimulator* sim = m_session.simulator();
-    if (sim == nullptr)
-        return;
-    const std::vector<ViscaSimulator::Bytes> frames = sim->frames();
+    // Binary frames in hex: "> 81 01 04 39 00 FF".
+    std::vector<std::vector<uint8_t>> frames;
+    if (ViscaSimulator* sim = m_session.simulator())
+        frames = sim->frames();
+    else if (It1Simulator* it1 = m_session.it1Simulator())
+        frames = it1->frames();
     for (size_t i = m_nFramesShown; i < frames.size(); ++i) {
         std::string line = ">";
         char part[4];

@@ -6,6 +6,8 @@
 #include "drivers/modules/CMD7200SenseController.h"
 #include "drivers/modules/HitachCompatSenseController.h"
 #include "drivers/modules/HitachSenseController.h"
+#include "drivers/modules/IT1SenseController.h"
+#include "drivers/modules/IT1ZoomModuleSenseController.h"
 #include "drivers/modules/NoSensorUIController.h"
 #include "drivers/modules/SC110N_CSenseController.h"
 #include "drivers/modules/SONYCH3310SenseController.h"
@@ -47,6 +49,10 @@ const DriverClass kClasses[] = {
      "ch3310", kSerialSampleDetail, kSerialSampleParameters},
     {"SONYEH4300SenseController", &makeDriver<SONYEH4300SenseController>, DriverSimulator::Visca,
      "eh4300", kSerialSampleDetail, kSerialSampleParameters},
+    {"IT1SenseController", &makeDriver<IT1SenseController>, DriverSimulator::It1, "it1",
+     kSerialSampleDetail, kSerialSampleParameters},
+    {"IT1ZoomModuleSenseController", &makeDriver<IT1ZoomModuleSenseController>,
+     DriverSimulator::It1, "zoom", kSerialSampleDetail, kSerialSampleParameters},
 };
 
 } // namespace

@@ -11,6 +11,7 @@ enum class DriverSimulator {
     None,  // nothing: the device named in the record (or --device) is used
     Visca, // the VISCA block-camera simulator on a pty, playing `model`
     Ascii, // the ASCII register simulator on a pty, playing `model`
+    It1,   // the IT1 binary register simulator on a pty, playing `model`
     Isp,   // no serial line: the simulated ISP driver
 };
 
@@ -21,7 +22,7 @@ struct DriverClass {
     const char* name;                         // the class name, as --driver takes it
     SafePointer<ISensorController> (*make)(); // a new controller, not yet initialised
     DriverSimulator simulator;
-    const char* model; // the simulator's model name (Visca, Ascii); nullptr otherwise
+    const char* model; // the simulator's model name (Visca, Ascii, It1); nullptr otherwise
     const char* detail;
     const char* parameters;
 };

@@ -82,6 +82,7 @@ Session::~Session() {
     m_pDriver.reset();
     m_pSim.reset();
     m_pAsciiSim.reset();
+    m_pIt1Sim.reset();
     if (!m_objOptions.realDevices)
         DeviceIoctl::unregisterAll();
     if (!m_strTempRoot.empty()) {
@@ -182,7 +183,7 @@ bool Session::loadModule(std::string& error) {
     if (m_objOptions.paramsGiven)
         m_objModule.setParameters(m_objOptions.params);
     const DriverSimulator kind = simulatorKind();
-    if (m_objOptions.simulate && (kind == DriverSimulator::Visca || kind == DriverSimulator::Ascii))
+    if (m_objOptions.simulate && kind != DriverSimulator::None && kind != DriverSimulator::Isp)
         return startSimulator(error);
     if (!m_objOptions.device.empty())
         m_objModule.setDetail(withDevice(m_objModule.getDetail(), m_objOptions.device));
@@ -214,6 +215,11 @@ bool Session::startSimulator(std::string& error) {
             std::make_unique<AsciiSimulator>(model != nullptr ? findAsciiModel(model) : nullptr);
         if (m_pAsciiSim->isRunning())
             device = m_pAsciiSim->slavePath();
+    } else if (simulatorKind() == DriverSimulator::It1) {
+        m_pIt1Sim =
+            std::make_unique<It1Simulator>(model != nullptr ? findIt1Model(model) : nullptr);
+        if (m_pIt1Sim->isRunning())
+            device = m_pIt1Sim->slavePath();
     } else {
         ViscaSimulator::Options simOptions;
         simOptions.model = model != nullptr ? findViscaModel(model)

@@ -5,6 +5,7 @@
 #include "platform/ModuleConfigure.h"
 #include "platform/SimulatedDevices.h"
 #include "sim/AsciiSimulator.h"
+#include "sim/It1Simulator.h"
 #include "sim/ViscaSimulator.h"
 #include "tools/DriverClasses.h"
 #include "tools/Options.h"
@@ -44,6 +45,7 @@ public:
     const ModuleConfigure& module() const { return m_objModule; }
     ViscaSimulator* simulator() { return m_pSim.get(); }
     AsciiSimulator* asciiSimulator() { return m_pAsciiSim.get(); }
+    It1Simulator* it1Simulator() { return m_pIt1Sim.get(); }
     // Simulated devices (nullptr with --real-devices).
     SimulatedPwm* pwm(int bank) const; // 0 near, 1 middle, 2 far
     SimulatedAdc* adc() const { return m_pAdc.get(); }
@@ -78,6 +80,7 @@ private:
     std::shared_ptr<SimulatedAdc> m_pAdc;
     std::unique_ptr<ViscaSimulator> m_pSim;
     std::unique_ptr<AsciiSimulator> m_pAsciiSim;
+    std::unique_ptr<It1Simulator> m_pIt1Sim;
     ModuleConfigure m_objModule;
     HostGpio* m_pGpio = nullptr; // owned by the manager's (or the controller's) safe pointer
     std::unique_ptr<SensorControllerManager> m_pManager;
