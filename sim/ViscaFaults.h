@@ -1,4 +1,4 @@
-// Fault switches of the simulated VISCA module: how it misbehaves, and for how long.
+// Fault switches of the simulated modules (VISCA, ASCII, binary register): how they misbehave.
 #pragma once
 
 #include <algorithm>
@@ -24,6 +24,8 @@ public:
         Garbage,         // garbage bytes go out before the answer
         Duplicate,       // the answer goes out twice
         Held,            // the answer waits for the next frame and goes out before its answer
+        WrongChecksum,   // a binary register answer's checksum is off by one
+        OverlongCount,   // a binary register answer's count byte reads FF
         KindCount
     };
 

@@ -1,6 +1,7 @@
 // camsim: runs a simulated camera module on a pseudo-terminal for trying a client by hand.
 #include "platform/PlatformClock.h"
 #include "sim/AsciiSimulator.h"
+#include "sim/It1Simulator.h"
 #include "sim/ViscaSimulator.h"
 
 #include <CLI/CLI.hpp>
@@ -43,6 +44,9 @@ struct Settings {
     bool errorReply = false;
     bool garbage = false;
     double lateSeconds = 0.0;
+    bool badChecksum = false;
+    bool longCount = false;
+    int light = -1;
     double timeScale = 1.0;
     int baudIndex = 0;
 };
@@ -76,6 +80,21 @@ void applyFaults(AsciiSimulator& sim, const Settings& s) {
         sim.setGarbage("Z?");
     if (s.lateSeconds > 0.0)
         sim.setLateAnswer(s.lateSeconds);
+}
+
+void applyFaults(It1Simulator& sim, const Settings& s) {
+    if (s.silent)
+        sim.setSilence();
+    if (s.garbage)
+        sim.setGarbage({0x5A, 0x00, 0xA5});
+    if (s.lateSeconds > 0.0)
+        sim.setLateAnswer(s.lateSeconds);
+    if (s.badChecksum)
+        sim.setWrongChecksum();
+    if (s.longCount)
+        sim.setOverlongCount();
+    if (s.light >= 0)
+        sim.setLightValue(s.light);
 }
 
 // Prints the pty's path, then one line per frame received, until a signal.
@@ -124,19 +143,22 @@ int main(int argc, char** argv) {
                  "client at the path, e.g. sensorctl --device PATH.",
                  "camsim"};
     app.add_option("--protocol", s.protocol,
-                   "protocol family of the module: visca or ascii (default visca)")
-        ->check(CLI::IsMember({"visca", "ascii"}));
+                   "protocol family of the module: visca, ascii or it1 (default visca)")
+        ->check(CLI::IsMember({"visca", "ascii", "it1"}));
     app.add_option("--model", s.model,
                    "module model to simulate: " + viscaModelNames("|") + " (default " +
                        defaultViscaModel().name + "); with --protocol ascii " +
-                       asciiModelNames("|") + " (default " + defaultAsciiModel().name + ")")
+                       asciiModelNames("|") + " (default " + defaultAsciiModel().name +
+                       "); with --protocol it1 " + it1ModelNames("|") + " (default " +
+                       defaultIt1Model().name + ")")
         ->check(CLI::Validator(
             [](std::string& v) {
-                return findViscaModel(v) != nullptr || findAsciiModel(v) != nullptr
+                return findViscaModel(v) != nullptr || findAsciiModel(v) != nullptr ||
+                               findIt1Model(v) != nullptr
                            ? std::string()
                            : "no model " + v;
             },
-            viscaModelNames("|") + "|" + asciiModelNames("|")));
+            viscaModelNames("|") + "|" + asciiModelNames("|") + "|" + it1ModelNames("|")));
     app.add_option("--module", s.module,
                    "module id to simulate, instead of --model (" + moduleIds() + ")")
         ->check(CLI::Validator(
@@ -153,6 +175,11 @@ int main(int argc, char** argv) {
     app.add_flag("--garbage", s.garbage, "send garbage bytes before each answer");
     app.add_option("--late", s.lateSeconds, "answer this many device seconds late")
         ->check(CLI::Range(0.0, 3600.0));
+    app.add_flag("--bad-checksum", s.badChecksum, "answer with a checksum off by one (it1 only)");
+    app.add_flag("--long-count", s.longCount,
+                 "answer with the count byte replaced by FF (it1 only)");
+    app.add_option("--light", s.light, "light value the module measures (it1 only)")
+        ->check(CLI::Range(0, 0xFFFF));
     app.add_option("--time-scale", s.timeScale,
                    "real seconds per device second (0.05: twenty times faster)")
         ->check(CLI::Range(0.0001, 100.0));
@@ -169,15 +196,28 @@ int main(int argc, char** argv) {
     }
 
     PlatformClock::setTimeScale(s.timeScale);
+    if (s.protocol != "it1" && (s.badChecksum || s.longCount || s.light >= 0)) {
+        std::fprintf(stderr, "camsim: --bad-checksum, --long-count and --light are it1 options\n");
+        return 2;
+    }
+    if (s.protocol != "visca" && (s.module != 0 || s.errorReply || s.baudIndex != 0)) {
+        std::fprintf(stderr, "camsim: --module, --error-reply and --baud-index are visca "
+                             "options\n");
+        return 2;
+    }
+    if (s.protocol == "it1") {
+        if (!s.model.empty() && findIt1Model(s.model) == nullptr) {
+            std::fprintf(stderr, "camsim: %s is not an it1 model (%s)\n", s.model.c_str(),
+                         it1ModelNames("|").c_str());
+            return 2;
+        }
+        It1Simulator sim(s.model.empty() ? nullptr : findIt1Model(s.model));
+        return serve(sim, s);
+    }
     if (s.protocol == "ascii") {
         if (!s.model.empty() && findAsciiModel(s.model) == nullptr) {
             std::fprintf(stderr, "camsim: %s is not an ascii model (%s)\n", s.model.c_str(),
                          asciiModelNames("|").c_str());
-            return 2;
-        }
-        if (s.module != 0 || s.errorReply || s.baudIndex != 0) {
-            std::fprintf(stderr, "camsim: --module, --error-reply and --baud-index are visca "
-                                 "options\n");
             return 2;
         }
         AsciiSimulator sim(s.model.empty() ? nullptr : findAsciiModel(s.model));
