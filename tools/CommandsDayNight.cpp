@@ -234,6 +234,11 @@ bool Commands::cmdLight(const std::vector<std::string>& words, std::string& out)
         out = "usage: light MEASURE (an integer; it grows as the scene darkens)";
         return false;
     }
+    // The simulated IT1 module's light value (register 3D0B) grows the same way.
+    if (It1Simulator* it1 = m_session.it1Simulator()) {
+        it1->setLightValue(measure);
+        return true;
+    }
     if (!m_session.setLightMeasure(measure)) {
         out = "the ISP is a real device (--real-devices, or a camera build)";
         return false;

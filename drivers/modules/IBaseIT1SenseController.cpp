@@ -308,7 +308,7 @@ int IBaseIT1SenseController::getMaxAGCValue(int& value) {
         ErrorPrintf("getMaxAGCValue failed");
         return 0;
     }
-    value = high * 256 + low;
+    value = std::min(high * 256 + low, kMaxAGCLimit);
     return 1;
 }
 

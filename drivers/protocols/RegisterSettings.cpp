@@ -5,6 +5,7 @@
 #include "drivers/protocols/BinaryLink.h"
 #include "platform/GlobalEnv.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -93,7 +94,11 @@ int RegisterSettings::get(const regs::Setting& row, int& value) {
         KVMutexLocker guard(m_lock, __FILE__, __LINE__);
         m_mapRegisters[row.address] = raw;
     }
-    value = fromRegister(row, row.bits == 0 ? raw : binary::appointedBits(raw, row.bit, row.bits));
+    // A module value the setting cannot express reads as the nearest one it
+    // can, so that what is read back can always be set again.
+    value = std::clamp(
+        fromRegister(row, row.bits == 0 ? raw : binary::appointedBits(raw, row.bit, row.bits)),
+        row.lo, row.hi);
     return 1;
 }
 

@@ -36,7 +36,8 @@ struct Setting {
 // settings). A write checks the range first and sends nothing for a refused
 // value. A field of a shared register is changed from the register's last known
 // value, read from the module when not yet known, so the other settings in it
-// keep their bits; a read refreshes that value. The register access itself is
+// keep their bits; a read refreshes that value, and gives a value outside the
+// setting's range as the nearest in range. The register access itself is
 // the driver's protocol (`write`, `read`: 1 on success).
 class RegisterSettings {
 public:

@@ -98,8 +98,9 @@ TEST_F(It1Controllers, SettingsAsTheModuleStoresThem) {
         for (const auto& [address, value] : s.registers)
             EXPECT_EQ(sim.registerValue(address), value) << std::hex << address;
         EXPECT_TRUE(contains(log, s.log)) << log;
-        if (s.result != 1)
+        if (s.result != 1) {
             EXPECT_TRUE(sim.frames().empty()) << "a refusal sends nothing";
+        }
     }
     EXPECT_EQ(sim.registerValue(0x0A01) & 0x13, 0x12);
     const struct {
@@ -159,20 +160,20 @@ TEST_F(It1Controllers, DayNightFollowsTheLightLevelWithABand) {
 
 // A silent, garbage-sending, wrong-checksum or over-long-answering module
 // fails each operation within its two attempts, with the module's message;
-// what the module holds is untouched, and once it recovers all works again.
+// the stored value stays (a silent module also keeps its register), and once
+// the module recovers all works again.
 TEST_F(It1Controllers, FaultsEndInBoundedFailures) {
     It1Simulator sim;
     link(sim);
     Bench<IT1SenseController> ctl;
     ASSERT_EQ(ctl.start(), 1);
     ctl.stopSwitchThread(); // only this test's frames on the line
-    ASSERT_EQ(ctl.setParameterToSensor(1, 40), 1);
+    ASSERT_EQ(ctl.setParameter(1, 40), 1);
     const struct {
         const char* fault;
         std::function<void()> set;
         const char* log;
     } faults[] = {
-        {"silence", [&] { sim.setSilence(); }, "recv dataCount failed,nRecvLength=0"},
         {"wrong checksum", [&] { sim.setWrongChecksum(); }, "checkSum error"},
         {"over-long count", [&] { sim.setOverlongCount(); }, "setParameterValue error,nRet = -4"},
         {"cut short", [&] { sim.setCutShort(3); }, "recv data failed"},
@@ -181,6 +182,7 @@ TEST_F(It1Controllers, FaultsEndInBoundedFailures) {
              sim.setGarbage({0x81, 0x90, 0x41, 0xFF});
          },
          "setBrightness failed"},
+        {"silence", [&] { sim.setSilence(); }, "recv dataCount failed,nRecvLength=0"},
     };
     for (const auto& f : faults) {
         SCOPED_TRACE(f.fault);
@@ -189,7 +191,7 @@ TEST_F(It1Controllers, FaultsEndInBoundedFailures) {
         sim.clearFrames();
         kvtest::StdoutCapture out;
         const auto start = std::chrono::steady_clock::now();
-        EXPECT_EQ(ctl.setParameterToSensor(1, 90), 0);
+        EXPECT_EQ(ctl.setParameter(1, 90), 0);
         int value = -1;
         EXPECT_EQ(ctl.getParameterFromSensor(3, value), 0);
         const auto took = std::chrono::steady_clock::now() - start;
@@ -199,12 +201,15 @@ TEST_F(It1Controllers, FaultsEndInBoundedFailures) {
         EXPECT_TRUE(contains(log, f.log)) << log;
         EXPECT_TRUE(contains(log, "setBrightness failed")) << log;
         EXPECT_TRUE(contains(log, "get setGama(0) failed")) << log;
-        sim.clearFaults();
-        EXPECT_EQ(sim.registerValue(0x0A03), 40);
+        EXPECT_EQ(ctl.getParameter(1, value), 1);
+        EXPECT_EQ(value, 40);
     }
+    EXPECT_EQ(sim.registerValue(0x0A03), 90) << "the module took the writes whose answers failed";
+    sim.clearFaults();
+    EXPECT_EQ(ctl.setParameter(1, 90), 1);
     int value = -1;
     EXPECT_EQ(ctl.getParameterFromSensor(1, value), 1);
-    EXPECT_EQ(value, 40);
+    EXPECT_EQ(value, 90);
 }
 
 // Start-up: the record's refusals, the module's reads, and a silent module.
@@ -232,8 +237,9 @@ TEST_F(It1Controllers, StartUpReadsTheRecordAndTheModule) {
             sim.setSilence();
         kvtest::StdoutCapture out;
         EXPECT_EQ(ctl.initController(0, ModuleConfigure(0, r.detail, r.parameters)), r.log ? 0 : 1);
-        if (r.log != nullptr)
+        if (r.log != nullptr) {
             EXPECT_TRUE(contains(out.text(), r.log)) << out.text();
+        }
         sim.clearFaults();
     }
     // Before start-up nothing reaches the module.

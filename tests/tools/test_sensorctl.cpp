@@ -215,6 +215,15 @@ TEST_F(SensorctlProcess, DriverClassRunsAgainstItsSimulator) {
     EXPECT_TRUE(contains(r.out, "> :WFD9EFF\n") || contains(r.out, "> :WFDAEFF\n")) << r.out;
     EXPECT_TRUE(contains(r.out, "\nbrightness=100\n")) << r.out;
     EXPECT_TRUE(contains(r.out, "\n7 max_gain any common")) << r.out;
+    // A binary register module: its frames in hex, checksum last.
+    args = common();
+    for (const char* a : {"--driver", "IT1SenseController", "--simulate", "--verbose", "set",
+                          "1=55", "--", "get", "1"})
+        args.push_back(a);
+    r = run(args);
+    EXPECT_EQ(r.status, 0) << r.out << r.err;
+    EXPECT_TRUE(contains(r.out, "> 08 01 05 02 0A 03 37 54\n")) << r.out;
+    EXPECT_TRUE(contains(r.out, "\n1=55\n")) << r.out;
 }
 
 TEST_F(SensorctlProcess, UnknownCommandOrIdFailsWithAnErrorLine) {
