@@ -1,8 +1,8 @@
 // Fuzz target: whatever an ASCII register module sends, through a serial-port double, into
 // the echo check of a write and the reply reader of a register read.
 #include "FuzzRoot.h"
+#include "ProtocolLink.h"
 #include "ServedUART.h"
-#include "controller/ISensorController.h"
 #include "drivers/protocols/AsciiRegisterProtocol.h"
 
 #include <cctype>
@@ -15,21 +15,7 @@ namespace {
 
 using kvfuzz::ServedUART;
 
-// The smallest driver: its serial port, port handle, lock and log are what the protocol
-// borrows, as a register-programmed module's driver lends them.
-class Link : public ISensorController {
-public:
-    explicit Link(ServedUART* uart)
-        : ISensorController(0), protocol(m_pUART, m_nUARTPort, m_mutex, *this) {
-        m_pUART = SafePointer<IUARTController>(uart);
-        m_nUARTPort = 0;
-    }
-    int getMirrorValue(int&) override { return 0; }
-    int setSensorVideoSystem(int, VideoResolution const&) override { return 0; }
-    int initController(int, ModuleConfigure const&) override { return 0; }
-
-    AsciiRegisterProtocol protocol;
-};
+using Link = kvfuzz::ProtocolLink<AsciiRegisterProtocol>;
 
 void check(bool property) {
     if (!property)

@@ -1,8 +1,8 @@
 // Fuzz target: whatever an IT1 module sends, through a serial-port double, into the counted
 // answer reader, the write acknowledge check and the register reads.
 #include "FuzzRoot.h"
+#include "ProtocolLink.h"
 #include "ServedUART.h"
-#include "controller/ISensorController.h"
 #include "drivers/protocols/It1Protocol.h"
 
 #include <cstdint>
@@ -13,20 +13,7 @@ namespace {
 
 using kvfuzz::ServedUART;
 
-// The smallest driver: the serial port, port handle, lock and log the protocol borrows.
-class Link : public ISensorController {
-public:
-    explicit Link(ServedUART* uart)
-        : ISensorController(0), protocol(m_pUART, m_nUARTPort, m_mutex, *this) {
-        m_pUART = SafePointer<IUARTController>(uart);
-        m_nUARTPort = 0;
-    }
-    int getMirrorValue(int&) override { return 0; }
-    int setSensorVideoSystem(int, VideoResolution const&) override { return 0; }
-    int initController(int, ModuleConfigure const&) override { return 0; }
-
-    It1Protocol protocol;
-};
+using Link = kvfuzz::ProtocolLink<It1Protocol>;
 
 void check(bool property) {
     if (!property)

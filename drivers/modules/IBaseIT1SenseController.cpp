@@ -154,8 +154,12 @@ int IBaseIT1SenseController::initController(int, ModuleConfigure const& config) 
         return 0;
     // A second start-up opens the port anew: the thread stops before it goes.
     stopSwitchThread();
-    if (!openSerialPort(*this, m_pUART, m_nUARTPort, record))
-        return 0;
+    {
+        KVMutexLocker exchange(m_objSendMutex, __FILE__, __LINE__);
+        m_bLightRead = false;
+        if (!openSerialPort(*this, m_pUART, m_nUARTPort, record))
+            return 0;
+    }
     m_objSettings.forgetRegisters();
     int value = 0;
     if (getLowShutterSetup(value) == 0) {
@@ -206,7 +210,11 @@ int IBaseIT1SenseController::getMirrorValue(int& value) {
     return getMirror(value);
 }
 
+// No state while the module's light value cannot be read: the base then
+// keeps the picture it has rather than follow a stale result.
 int IBaseIT1SenseController::getDNStatusFromSensor(int& status) {
+    if (!m_bLightRead)
+        return 0;
     status = m_nDayNight;
     m_nPendingSwitch = -1;
     return 1;
@@ -554,8 +562,10 @@ int IBaseIT1SenseController::getDayNightValue(int& result) {
     int value = 0;
     if (m_objProtocol.readRegister(kLightAddress, 2, value) == 0) {
         ErrorPrintf("getDayNightValue failed");
+        m_bLightRead = false;
         return 0;
     }
+    m_bLightRead = true;
     const int level = lightLevel(value);
     if (level < m_nNightToDay)
         m_nDayNight = 1;

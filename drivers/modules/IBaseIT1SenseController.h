@@ -74,7 +74,8 @@ public:
     int setParameterToSensor(int id, int value) override;
     int getParameterFromSensor(int id, int& value) override;
     int getMirrorValue(int& value) override;
-    // The switching thread's last result, as the base counts (1 day, 0 night).
+    // The switching thread's last result, as the base counts (1 day, 0 night);
+    // 0 (no state) while the last reading of the light value failed.
     int getDNStatusFromSensor(int& status) override;
     int getDayNightState(int& state) override;
     int turnPictureToDay() override;
@@ -174,6 +175,7 @@ private:
 
     std::unique_ptr<GThread> m_pSwitchThread;
     std::atomic<int> m_nDayNight{1};
+    std::atomic<bool> m_bLightRead{false}; // the last reading of the light value succeeded
     std::atomic<int> m_nPendingSwitch{-1};
     std::atomic<int> m_nDayToNight{160};
     std::atomic<int> m_nNightToDay{96};

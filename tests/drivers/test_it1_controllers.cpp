@@ -149,6 +149,12 @@ TEST_F(It1Controllers, DayNightFollowsTheLightLevelWithABand) {
     EXPECT_EQ(ctl.getDNStatusFromSensor(status), 1);
     EXPECT_EQ(status, 0);
     EXPECT_EQ(ctl.pendingSwitch(), -1);
+    // A module that stops answering has no state until it answers again.
+    sim.setSilence();
+    sim.clearFrames();
+    ASSERT_TRUE(sim.waitForFrames(3, 5.0));
+    EXPECT_EQ(ctl.getDNStatusFromSensor(status), 0);
+    sim.clearFaults();
 
     // The night picture is bit 6 of the mode register, the other bits kept.
     const int mode = sim.registerValue(0x0101);
