@@ -2,10 +2,6 @@
 #include "sim/AsciiSimulator.h"
 
 #include "drivers/protocols/AsciiRegisterProtocol.h"
-#include "platform/PlatformClock.h"
-
-#include <algorithm>
-#include <chrono>
 
 namespace {
 
@@ -19,82 +15,35 @@ constexpr size_t kDataAt = 6;
 // The line is quiet, and a pending frame complete, after this long without a
 // byte (real seconds); a client writes a frame in one go.
 constexpr double kQuietRealSeconds = 0.003;
-// Longest real wait of the reader between looks at its queue and stop flag.
-constexpr int kPollMs = 5;
-constexpr int kQuietPollMs = 1;
 constexpr int kModuleBaud = 9600;
-
-double realNow() {
-    using namespace std::chrono;
-    return duration<double>(steady_clock::now().time_since_epoch()).count();
-}
 
 } // namespace
 
 AsciiSimulator::AsciiSimulator(const AsciiModel* model)
-    : m_model(model != nullptr ? *model : defaultAsciiModel()) {
+    : SimulatedLine(kQuietRealSeconds), m_model(model != nullptr ? *model : defaultAsciiModel()) {
     for (const auto& reg : m_model.registers)
         m_registers[reg.first] = reg.second;
-    if (!m_pty.open(kModuleBaud))
-        return;
-    m_thread = std::thread(&AsciiSimulator::run, this);
-    m_bRunning = true;
+    start(kModuleBaud,
+          {[this](uint8_t byte, double now) { feed(byte, now); },
+           [this](double now) { endFrame(now); }, [this](std::string& bytes) { bendOwn(bytes); }});
 }
 
 AsciiSimulator::~AsciiSimulator() {
-    m_bStop = true;
-    if (m_thread.joinable())
-        m_thread.join();
-}
-
-// ---- reader thread -------------------------------------------------------
-
-void AsciiSimulator::run() {
-    uint8_t buf[256];
-    while (!m_bStop) {
-        int waitMs = kPollMs;
-        {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            if (!m_partial.empty())
-                waitMs = kQuietPollMs;
-            if (!m_queue.empty()) {
-                const double left = (m_queue.front().due - PlatformClock::monotonicSeconds()) *
-                                    PlatformClock::timeScale();
-                waitMs = std::clamp(static_cast<int>(left * 1000.0), 0, waitMs);
-            }
-        }
-        const int n = m_pty.read(buf, static_cast<int>(sizeof(buf)), waitMs);
-        std::vector<std::string> out;
-        {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            const double now = PlatformClock::monotonicSeconds();
-            for (int i = 0; i < n; ++i)
-                feed(static_cast<char>(buf[i]), now);
-            if (!m_partial.empty() && realNow() - m_dPartialAt >= kQuietRealSeconds)
-                endFrame(now);
-            while (!m_queue.empty() && m_queue.front().due <= now) {
-                out.push_back(std::move(m_queue.front().bytes));
-                m_queue.pop_front();
-            }
-        }
-        for (const std::string& chunk : out)
-            m_pty.write(reinterpret_cast<const uint8_t*>(chunk.data()),
-                        static_cast<int>(chunk.size()));
-    }
+    stop();
 }
 
 // A ":" begins a frame (and ends the one before), as does the mask
 // commands' A1, whose frames are four bytes; bytes outside a frame are noise
 // and dropped.
-void AsciiSimulator::feed(char c, double now) {
+void AsciiSimulator::feed(uint8_t byte, double now) {
+    const char c = static_cast<char>(byte);
     const bool mask = static_cast<unsigned char>(c) == kMaskStart;
     if ((c == kStart || mask) && !m_partial.empty() &&
         static_cast<unsigned char>(m_partial[0]) != kMaskStart)
         endFrame(now);
     if (m_partial.empty() && c != kStart && !mask)
         return;
-    m_partial.push_back(c);
-    m_dPartialAt = realNow();
+    extend(byte);
     const bool maskFrame = static_cast<unsigned char>(m_partial[0]) == kMaskStart;
     if (m_partial.size() == (maskFrame ? kMaskFrame : kMaxFrame))
         endFrame(now);
@@ -103,8 +52,7 @@ void AsciiSimulator::feed(char c, double now) {
 void AsciiSimulator::endFrame(double now) {
     std::string frame;
     frame.swap(m_partial);
-    m_vecFrames.push_back(frame);
-    m_cond.notify_all();
+    record(frame);
     if (m_faults.take(ViscaFaults::Silence))
         return;
     handleFrame(frame, now);
@@ -156,77 +104,13 @@ void AsciiSimulator::handleFrame(const std::string& frame, double now) {
     }
 }
 
-// Queues an answer after the fault switches have bent it.
-void AsciiSimulator::answer(std::string bytes, double now) {
+void AsciiSimulator::bendOwn(std::string& bytes) {
     if (bytes.size() >= kDataAt && m_faults.take(ViscaFaults::WrongEcho)) {
         char& digit = bytes[kDataAt - 1];
         digit = digit == '0' ? '1' : '0';
     }
-    double due = m_faults.bendAnswer(bytes, now);
-    if (!m_queue.empty())
-        due = std::max(due, m_queue.back().due);
-    if (!bytes.empty())
-        m_queue.push_back({due, std::move(bytes)});
-}
-
-// ---- test-side accessors -------------------------------------------------
-
-std::vector<std::string> AsciiSimulator::frames() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_vecFrames;
-}
-
-void AsciiSimulator::clearFrames() {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_vecFrames.clear();
-}
-
-bool AsciiSimulator::waitForFrames(size_t n, double realSeconds) const {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    return m_cond.wait_for(lock, std::chrono::duration<double>(realSeconds),
-                           [&] { return m_vecFrames.size() >= n; });
-}
-
-int AsciiSimulator::registerValue(int address) const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    const auto reg = m_registers.find(address);
-    return reg != m_registers.end() ? reg->second : 0;
-}
-
-void AsciiSimulator::setRegisterValue(int address, int value) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_registers[address] = value;
-}
-
-void AsciiSimulator::setSilence(int frames) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_faults.set(ViscaFaults::Silence, frames);
-}
-
-void AsciiSimulator::setLateAnswer(double deviceSeconds, int frames) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_faults.lateSeconds = std::max(0.0, deviceSeconds);
-    m_faults.set(ViscaFaults::Late, frames);
 }
 
 void AsciiSimulator::setWrongEcho(int frames) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_faults.set(ViscaFaults::WrongEcho, frames);
-}
-
-void AsciiSimulator::setCutShort(int bytes, int frames) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_faults.cutBytes = std::max(0, bytes);
-    m_faults.set(ViscaFaults::CutShort, frames);
-}
-
-void AsciiSimulator::setGarbage(const std::string& bytes, int frames) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_faults.garbage.assign(bytes.begin(), bytes.end());
-    m_faults.set(ViscaFaults::Garbage, frames);
-}
-
-void AsciiSimulator::clearFaults() {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_faults.clear();
+    setFault(ViscaFaults::WrongEcho, frames);
 }

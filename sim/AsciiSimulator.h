@@ -2,17 +2,10 @@
 #pragma once
 
 #include "sim/AsciiModels.h"
-#include "sim/PtyEndpoint.h"
-#include "sim/ViscaFaults.h"
+#include "sim/SimulatedLine.h"
 
-#include <atomic>
-#include <condition_variable>
-#include <deque>
-#include <map>
-#include <mutex>
+#include <cstdint>
 #include <string>
-#include <thread>
-#include <vector>
 
 // The virtual register module of the ASCII family, for tests and by-hand
 // trials. A client opens slavePath() as its serial port and sends bare frames
@@ -30,65 +23,25 @@
 // simulator: silence, late, wrong echo, cut short, garbage) make the module
 // misbehave like one on a noisy line. Times are device seconds of the platform
 // clock, so scaled tests stay fast. What differs between models is their
-// power-up register map (AsciiModels).
-class AsciiSimulator {
+// power-up register map (AsciiModels). The line itself (pty, timing, record,
+// shared fault switches) is SimulatedLine's.
+class AsciiSimulator : public SimulatedLine<std::string> {
 public:
-    static constexpr int kForever = ViscaFaults::kForever;
-
     // model nullptr: defaultAsciiModel().
     explicit AsciiSimulator(const AsciiModel* model = nullptr);
     ~AsciiSimulator();
-    AsciiSimulator(const AsciiSimulator&) = delete;
-    AsciiSimulator& operator=(const AsciiSimulator&) = delete;
 
-    // False when the pseudo-terminal or the thread could not be made.
-    bool isRunning() const { return m_bRunning; }
-    std::string slavePath() const { return m_pty.slavePath(); }
     const AsciiModel& model() const { return m_model; }
 
-    // Every frame received, oldest first, as the characters that came.
-    std::vector<std::string> frames() const;
-    void clearFrames();
-    // Waits (real time, bounded) until at least n frames were recorded.
-    bool waitForFrames(size_t n, double realSeconds) const;
-
-    // Register values (0 for a register never set).
-    int registerValue(int address) const;
-    void setRegisterValue(int address, int value);
-
-    // Fault switches; frames = how many answers, kForever = until cleared.
-    void setSilence(int frames = kForever);
-    void setLateAnswer(double deviceSeconds, int frames = kForever);
     // The answer names another register: the address's last digit becomes
     // 0 (1 when it was 0).
     void setWrongEcho(int frames = kForever);
-    void setCutShort(int bytes, int frames = kForever);
-    void setGarbage(const std::string& bytes, int frames = kForever);
-    void clearFaults();
 
 private:
-    struct Chunk {
-        double due; // device monotonic seconds
-        std::string bytes;
-    };
-
-    void run();
-    void feed(char c, double now);
+    void feed(uint8_t byte, double now);
+    void bendOwn(std::string& bytes);
     void endFrame(double now);
     void handleFrame(const std::string& frame, double now);
-    void answer(std::string bytes, double now);
 
     const AsciiModel& m_model;
-    PtyEndpoint m_pty;
-    mutable std::mutex m_mutex;
-    mutable std::condition_variable m_cond;
-    std::map<int, int> m_registers;
-    ViscaFaults m_faults;
-    std::vector<std::string> m_vecFrames;
-    std::deque<Chunk> m_queue;
-    std::string m_partial;
-    double m_dPartialAt = 0.0; // real seconds of the partial frame's last byte
-    std::atomic<bool> m_bStop{false};
-    bool m_bRunning = false;
-    std::thread m_thread;
 };
