@@ -49,6 +49,8 @@ const DriverClass kClasses[] = {
      "ch3310", kSerialSampleDetail, kSerialSampleParameters},
     {"SONYEH4300SenseController", &makeDriver<SONYEH4300SenseController>, DriverSimulator::Visca,
      "eh4300", kSerialSampleDetail, kSerialSampleParameters},
+    {"IBaseIT1SenseController", &makeDriver<IBaseIT1SenseController>, DriverSimulator::It1, "it1",
+     kSerialSampleDetail, kSerialSampleParameters},
     {"IT1SenseController", &makeDriver<IT1SenseController>, DriverSimulator::It1, "it1",
      kSerialSampleDetail, kSerialSampleParameters},
     {"IT1ZoomModuleSenseController", &makeDriver<IT1ZoomModuleSenseController>,

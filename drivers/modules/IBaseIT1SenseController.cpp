@@ -74,23 +74,16 @@ constexpr int kChromaAddress = 0x141F; // RY1; the other registers follow two ap
 constexpr int kChromaLimit = 0xFFFF;
 const char* const kChromaNames[8] = {"RY1", "BY1", "RY2", "BY2", "RY3", "BY3", "RY4", "BY4"};
 
-std::vector<regs::Setting> withRows(std::vector<regs::Setting> extra) {
-    std::vector<regs::Setting> rows = kRows;
-    rows.insert(rows.end(), extra.begin(), extra.end());
-    return rows;
-}
-
 bool validShutter(int code) {
     return code >= 0 && code < static_cast<int>(IBaseIT1SenseController::kShutterValues.size());
 }
 
 } // namespace
 
-IBaseIT1SenseController::IBaseIT1SenseController(int sensorType,
-                                                 std::vector<regs::Setting> extraRows)
+IBaseIT1SenseController::IBaseIT1SenseController(int sensorType)
     : ISensorController(sensorType), m_objProtocol(m_pUART, m_nUARTPort, m_objSendMutex, *this),
       m_objSettings(
-          *this, withRows(std::move(extraRows)),
+          *this, kRows,
           [this](int a, int w, int v) { return m_objProtocol.writeRegister(a, w, v); },
           [this](int a, int w, int& v) { return m_objProtocol.readRegister(a, w, v); }),
       m_pSwitchThread(

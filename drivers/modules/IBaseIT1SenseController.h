@@ -58,6 +58,12 @@ public:
     static constexpr int kModeAddress = 0x0101;
     static constexpr int kNightModeBit = 6;
 
+    // Sensor type of the bare base (hosts build the driver themselves): a
+    // module driven through the register operations only, with no ids of its
+    // own besides the base's scheme ids.
+    static constexpr int kSensorType = 14;
+
+    explicit IBaseIT1SenseController(int sensorType = kSensorType);
     ~IBaseIT1SenseController() override;
 
     It1Protocol& protocol() { return m_objProtocol; }
@@ -161,7 +167,6 @@ public:
     int pendingSwitch() const { return m_nPendingSwitch; }
 
 protected:
-    IBaseIT1SenseController(int sensorType, std::vector<regs::Setting> extraRows = {});
     // Stops the switching thread and the base's worker: the most-derived
     // destructor calls it first, before any member they use goes.
     void stopThreads();
