@@ -236,6 +236,10 @@ bool Commands::cmdLight(const std::vector<std::string>& words, std::string& out)
     }
     // The simulated IT1 module's light value (register 3D0B) grows the same way.
     if (It1Simulator* it1 = m_session.it1Simulator()) {
+        if (measure < 0 || measure > 0xFFFF) {
+            out = "usage: light VALUE (0..65535: the IT1 module's light value)";
+            return false;
+        }
         it1->setLightValue(measure);
         return true;
     }

@@ -548,7 +548,8 @@ int IBaseIT1SenseController::closeDayNightMode() {
 int IBaseIT1SenseController::lightLevel(int value) {
     if (value <= 0)
         return INT_MIN;
-    return static_cast<int>(std::floor((std::log2(static_cast<double>(value)) - 7.0) * 32.0));
+    // The integer part: towards zero, below 0 too.
+    return static_cast<int>((std::log2(static_cast<double>(value)) - 7.0) * 32.0);
 }
 
 int IBaseIT1SenseController::getDayNightValue(int& result) {

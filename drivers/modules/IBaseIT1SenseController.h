@@ -17,7 +17,7 @@
 //
 // Day and night: the module reports a light value that grows as the scene
 // darkens (its exposure index). The switching thread reads it every second and
-// turns it into a level, (log2(value) - 7) x 32; a level below the
+// turns it into a level, the integer part of (log2(value) - 7) x 32; a level below the
 // night-to-day threshold means day, one above the day-to-night threshold
 // night, and one between them keeps the last result. The base's day/night
 // machine takes that result as the module's state (getDNStatusFromSensor) and

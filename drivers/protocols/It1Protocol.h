@@ -59,7 +59,8 @@ public:
     // frame written, the counted answer read into `answer` (whose byte 0 is
     // the count). The answer's length, or a negative result (logged).
     int baseSendCommand(uint8_t* frame, int length, uint8_t* answer, int capacity);
-    // baseSendCommand, once more when the first gives no answer.
+    // baseSendCommand, once more when the first fails (any result of 0 or
+    // less), unless the calling thread is being stopped.
     int sendCommand(uint8_t* frame, int length, uint8_t* answer, int capacity);
     // Reads and drops the input one byte at a time until a read gets nothing.
     int recvLeftData();

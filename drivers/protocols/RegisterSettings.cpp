@@ -86,12 +86,13 @@ int RegisterSettings::set(const regs::Setting& row, int value) {
 
 int RegisterSettings::get(const regs::Setting& row, int& value) {
     int raw = 0;
-    if (m_read(row.address, row.width, raw) == 0) {
-        m_log.ErrorPrintf(row.getFailure, 0);
-        return 0;
-    }
     {
+        // Under the lock, so a field write in between cannot be undone by an older read.
         KVMutexLocker guard(m_lock, __FILE__, __LINE__);
+        if (m_read(row.address, row.width, raw) == 0) {
+            m_log.ErrorPrintf(row.getFailure, 0);
+            return 0;
+        }
         m_mapRegisters[row.address] = raw;
     }
     // A module value the setting cannot express reads as the nearest one it

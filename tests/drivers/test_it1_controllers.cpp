@@ -119,6 +119,8 @@ TEST_F(It1Controllers, SettingsAsTheModuleStoresThem) {
 // them the last result holds. The base takes a pending switch once.
 TEST_F(It1Controllers, DayNightFollowsTheLightLevelWithABand) {
     EXPECT_EQ(IBaseIT1SenseController::lightLevel(0), INT_MIN);
+    EXPECT_EQ(IBaseIT1SenseController::lightLevel(126), 0); // -0.73: the integer part
+    EXPECT_EQ(IBaseIT1SenseController::lightLevel(64), -32);
     EXPECT_EQ(IBaseIT1SenseController::lightLevel(128), 0);
     EXPECT_EQ(IBaseIT1SenseController::lightLevel(1024), 96);
     EXPECT_EQ(IBaseIT1SenseController::lightLevel(4096), 160);
