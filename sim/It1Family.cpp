@@ -31,9 +31,13 @@ uint8_t checksum(const BinaryFamily::Bytes& bytes, size_t count) {
 // length, 01, length less 3, result code, value bytes, checksum.
 BinaryFamily::Bytes reply(uint8_t code, const BinaryFamily::Bytes& value = {}) {
     const auto length = static_cast<uint8_t>(5 + value.size());
-    BinaryFamily::Bytes out{length, kAddress, static_cast<uint8_t>(length - 3), code};
-    out.insert(out.end(), value.begin(), value.end());
-    out.push_back(checksum(out, out.size()));
+    BinaryFamily::Bytes out(length);
+    out[0] = length;
+    out[1] = kAddress;
+    out[2] = static_cast<uint8_t>(length - 3);
+    out[3] = code;
+    std::copy(value.begin(), value.end(), out.begin() + 4);
+    out[length - 1U] = checksum(out, length - 1U);
     return out;
 }
 
