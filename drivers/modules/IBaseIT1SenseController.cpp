@@ -86,8 +86,8 @@ IBaseIT1SenseController::IBaseIT1SenseController(int sensorType)
           *this, kRows,
           [this](int a, int w, int v) { return m_objProtocol.writeRegister(a, w, v); },
           [this](int a, int w, int& v) { return m_objProtocol.readRegister(a, w, v); }),
-      m_pSwitchThread(
-          makeMemberThread(this, &IBaseIT1SenseController::switchThreadBody, "IT1DayNightSwitch")) {
+      m_pSwitchThread(makeMemberThread(this, &IBaseIT1SenseController::switchThreadBody,
+                                       "DayNightSwitchThread")) {
     m_objSettings.addOperation(
         kSharpness, [this](int v) { return setSharpness(v); },
         [this](int& v) { return getSharpness(v); });
