@@ -177,6 +177,8 @@ protected:
 
 private:
     int writeShutters(int minCode, int maxCode);
+    // One shutter limit register at code `code`; logs "<name>(<code>) failed".
+    int writeShutter(int address, int code, const char* name);
 
     std::unique_ptr<GThread> m_pSwitchThread;
     std::atomic<int> m_nDayNight{1};

@@ -46,8 +46,9 @@ protected:
         std::filesystem::remove(m_root.path("/dev/ttyS1"));
         std::filesystem::create_symlink(sim.slavePath(), m_root.path("/dev/ttyS1"));
     }
-    // Exchange time-out 6 tenths: 60 ms real; a day/night pass 10 ms.
-    kvtest::TestRoot m_root{0.01};
+    // Exchange time-out 6 tenths: 30 ms real, ample for the simulator on a
+    // loaded machine; a day/night pass 50 ms.
+    kvtest::TestRoot m_root{0.05};
 };
 
 } // namespace

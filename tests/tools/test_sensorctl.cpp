@@ -215,8 +215,10 @@ TEST_F(SensorctlProcess, DriverClassRunsAgainstItsSimulator) {
     EXPECT_TRUE(contains(r.out, "> :WFD9EFF\n") || contains(r.out, "> :WFDAEFF\n")) << r.out;
     EXPECT_TRUE(contains(r.out, "\nbrightness=100\n")) << r.out;
     EXPECT_TRUE(contains(r.out, "\n7 max_gain any common")) << r.out;
-    // A binary register module: its frames in hex, checksum last.
-    args = common();
+    // A binary register module: its frames in hex, checksum last. Its exchange
+    // time-out is 6 tenths of a device second: at this scale 60 ms, well clear
+    // of a loaded machine's scheduling.
+    args = {"--root", m_root.dir(), "--time-scale", "0.1"};
     for (const char* a : {"--driver", "IT1SenseController", "--simulate", "--verbose", "set",
                           "1=55", "--", "get", "1"})
         args.push_back(a);
