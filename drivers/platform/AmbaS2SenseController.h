@@ -82,9 +82,6 @@ protected:
     // One driver word: read (0) or write (1), checked under `name`.
     bool readCode(int code, int& value, const char* name, int line);
     bool writeCode(int code, int value, const char* name, int line);
-    // "group,pin,value" into `triple`; logs `failure` with the number of
-    // fields read when the text is not exactly three numbers.
-    bool parseGpioTriple(const std::string& text, int triple[3], const char* failure);
     bool writeGpio(const int triple[3]);
 
     // Start-up flags of the detail text.

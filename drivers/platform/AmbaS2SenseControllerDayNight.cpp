@@ -1,7 +1,7 @@
 // AmbaS2 ISP controller: start-up, video system, thresholds and day/night.
 #include "drivers/platform/AmbaS2SenseController.h"
 
-#include "platform/ConfigFileText.h"
+#include "drivers/protocols/SerialSettings.h"
 #include "platform/DeviceIoctl.h"
 #include "platform/KovantTime.h"
 #include "platform/ModuleParameterParser.h"
@@ -61,7 +61,7 @@ int AmbaS2SenseController::initController(int, ModuleConfigure const& config) {
     bool lamp = false;
     if (detail.getValue("GPIOInfraredLight", text) == 0) {
         std::printf("get GPIOInfraredLight from detail failed\n");
-    } else if (parseGpioTriple(text, m_nInfraredLightGPIO,
+    } else if (parseGpioTriple(*this, text, m_nInfraredLightGPIO,
                                "parse GPIOInfraredLight param failed,nRet=%d")) {
         lamp = true;
         writeGpio(m_nInfraredLightGPIO);
@@ -75,7 +75,7 @@ int AmbaS2SenseController::initController(int, ModuleConfigure const& config) {
         ErrorPrintf("parse senseParameter failed");
     else if (params.getValue("GPIO", text) == 0)
         ErrorPrintf("get GPIO from detail failed");
-    else if (parseGpioTriple(text, m_nGPIO, "parse GPIO param failed,nRet=%d"))
+    else if (parseGpioTriple(*this, text, m_nGPIO, "parse GPIO param failed,nRet=%d"))
         writeGpio(m_nGPIO);
 
     {
@@ -88,20 +88,6 @@ int AmbaS2SenseController::initController(int, ModuleConfigure const& config) {
     m_bIRBoard = lamp;
     m_nDNSource = lamp ? 2 : 0;
     return 1;
-}
-
-bool AmbaS2SenseController::parseGpioTriple(const std::string& text, int triple[3],
-                                            const char* failure) {
-    int fields[3] = {};
-    const int count = std::sscanf(text.c_str(), "%d,%d,%d", &fields[0], &fields[1], &fields[2]);
-    // Taken only as exactly three numbers: "1,2,3x" is refused too.
-    if (count != 3 || kvconfig::parseDecimalIntList(text, fields, 3) == 0) {
-        ErrorPrintf(failure, count);
-        return false;
-    }
-    for (int i = 0; i < 3; ++i)
-        triple[i] = fields[i];
-    return true;
 }
 
 bool AmbaS2SenseController::hasInfraredLight() const {

@@ -3,6 +3,7 @@
 
 #include "controller/ISensorController.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -52,6 +53,36 @@ int ItnProtocol::writeFrame(uint8_t frame[10], int group, int sub, int reg, int 
     }
     frame[length - 1] = 0;
     return length;
+}
+
+int ItnProtocol::readFrame(uint8_t frame[8], int group, int sub, int reg) {
+    const uint8_t bytes[8] = {8,
+                              0x01,
+                              5,
+                              0x01,
+                              static_cast<uint8_t>(group & 0xFF),
+                              static_cast<uint8_t>(sub & 0xFF),
+                              static_cast<uint8_t>(reg & 0xFF),
+                              0};
+    std::copy(bytes, bytes + 8, frame);
+    return 8;
+}
+
+int ItnProtocol::pairsFrame(uint8_t frame[kPairsLength], int group, int sub, const int regs[kPairs],
+                            const int values[kPairs]) {
+    frame[0] = kPairsLength;
+    frame[1] = 0x01;
+    frame[2] = kPairsLength - 3;
+    frame[3] = 0x02;
+    frame[4] = static_cast<uint8_t>(group & 0xFF);
+    frame[5] = static_cast<uint8_t>(sub & 0xFF);
+    frame[6] = kPairs;
+    for (int i = 0; i < kPairs; ++i) {
+        frame[7 + 2 * i] = static_cast<uint8_t>(regs[i] & 0xFF);
+        frame[8 + 2 * i] = static_cast<uint8_t>(values[i] & 0xFF);
+    }
+    frame[kPairsLength - 1] = 0;
+    return kPairsLength;
 }
 
 int ItnProtocol::sendCommand(uint8_t* frame, int length, uint8_t* values, int capacity,
@@ -140,11 +171,30 @@ int ItnProtocol::setParameterValue(uint8_t* frame, int length) {
     const int result = sendCommand(frame, length, values, kMaxValue, count);
     if (result == kAccepted)
         return 1;
-    std::printf("setParameterValue error,nRet = %d\n\tsend command is:%s\n\trecv command is:%s\n",
-                result, binary::hexText(frame, length).c_str(),
-                binary::hexText(values, count).c_str());
-    recvLeftData();
+    failed("setParameterValue", result, frame, length, values, count);
     return 0;
+}
+
+void ItnProtocol::failed(const char* what, int result, const uint8_t* frame, int length,
+                         const uint8_t* values, int count) {
+    std::printf("%s error,nRet = %d\n\tsend command is:%s\n\trecv command is:%s\n", what, result,
+                binary::hexText(frame, length).c_str(), binary::hexText(values, count).c_str());
+    recvLeftData();
+}
+
+int ItnProtocol::readRegister(int group, int sub, int reg, int width, int& value) {
+    uint8_t frame[8];
+    const int length = readFrame(frame, group, sub, reg);
+    uint8_t values[kMaxValue] = {};
+    int count = 0;
+    const int result = sendCommand(frame, length, values, kMaxValue, count);
+    // Only the width asked for answers this read.
+    if (result != kValue || count != width || width < 1 || width > 2) {
+        failed("getParameterValue", result, frame, length, values, count);
+        return 0;
+    }
+    value = width == 2 ? values[0] << 8 | values[1] : values[0];
+    return 1;
 }
 
 int ItnProtocol::writeRegister(int group, int sub, int reg, int width, int value) {

@@ -12,7 +12,12 @@ class ISensorController;
 //   len 01 len-3 02 group sub register value.. checksum
 // of 9 bytes (one value byte) or 10 (two, high byte first); sub is 00, or 05
 // for the day/night thresholds; the checksum is the sum of the bytes before
-// it, modulo 256. The first byte of an answer gives its form:
+// it, modulo 256. A read is the 8-byte frame
+//   08 01 05 01 group sub register checksum
+// and a write of several registers of one group at once (the noise
+// reduction's) the 14-byte frame
+//   0E 01 0B 02 group sub 03 r1 v1 r2 v2 r3 v3 checksum.
+// The first byte of an answer gives its form:
 //   05 01 02 01 09          write accepted (the only acknowledge taken)
 //   06 01 03 01 v cs        one value byte
 //   07 01 04 01 v v cs      two value bytes
@@ -29,6 +34,9 @@ public:
     static constexpr int kValue = 2;
     // Answer buffers: room for the longest value (six bytes).
     static constexpr int kMaxValue = 6;
+    // Registers in one multi-register write.
+    static constexpr int kPairs = 3;
+    static constexpr int kPairsLength = 14;
 
     ItnProtocol(SafePointer<IUARTController>& uart, int& port, KVMutex& lock,
                 ISensorController& log);
@@ -40,6 +48,11 @@ public:
     // A write of `width` (1 or 2) value bytes to register `reg` of `group`
     // (sub: byte 5). Returns the frame's length, checksum not yet filled in.
     static int writeFrame(uint8_t frame[10], int group, int sub, int reg, int width, int value);
+    // A read of register `reg` of `group`: 8 bytes, checksum not yet filled in.
+    static int readFrame(uint8_t frame[8], int group, int sub, int reg);
+    // A write of kPairs (register, value byte) pairs of `group`.
+    static int pairsFrame(uint8_t frame[kPairsLength], int group, int sub, const int regs[kPairs],
+                          const int values[kPairs]);
 
     // One exchange under the lock: input cleared, checksum, frame written,
     // the answer read by its form. kAccepted for the acknowledge, kValue with
@@ -54,8 +67,15 @@ public:
     int setParameterValue(uint8_t* frame, int length);
     // A register write by group, sub, register and width: 1 or 0.
     int writeRegister(int group, int sub, int reg, int width, int value);
+    // A register read: 1 with the value (two bytes high first) when the
+    // module answers with exactly `width` value bytes; otherwise prints the
+    // exchange, drains the input and returns 0.
+    int readRegister(int group, int sub, int reg, int width, int& value);
 
 private:
+    // Prints "<what> error,nRet = .." with the frame and the answer, and drains the input.
+    void failed(const char* what, int result, const uint8_t* frame, int length,
+                const uint8_t* values, int count);
     int readValue(uint8_t first, uint8_t* values, int capacity, int& count);
 
     BinaryLink m_objLink;

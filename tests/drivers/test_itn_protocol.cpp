@@ -28,6 +28,15 @@ TEST(ItnFrames, WritesWithChecksums) {
               bytes({0x09, 0x01, 0x06, 0x02, 0x1A, 0x00, 0x05, 0xFF, 0x30}));
     EXPECT_EQ(built(ItnProtocol::writeFrame(f, 0x1B, 0x05, 0x58, 2, 0x0123)),
               bytes({0x0A, 0x01, 0x07, 0x02, 0x1B, 0x05, 0x58, 0x01, 0x23, 0xB0}));
+    EXPECT_EQ(built(ItnProtocol::readFrame(f, 0x15, 0x00, 0x24)),
+              bytes({0x08, 0x01, 0x05, 0x01, 0x15, 0x00, 0x24, 0x48}));
+    uint8_t nr[ItnProtocol::kPairsLength];
+    const int regs[] = {0x20, 0x21, 0x22};
+    const int values[] = {1, 0x80, 0x80};
+    ItnProtocol::computeCheckSum(nr, ItnProtocol::pairsFrame(nr, 0x1D, 0, regs, values));
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(nr), sizeof nr),
+              bytes({0x0E, 0x01, 0x0B, 0x02, 0x1D, 0x00, 0x03, 0x20, 0x01, 0x21, 0x80, 0x22, 0x80,
+                     0xA0}));
 }
 
 // One exchange per row: the module's answer, the result, the value bytes
@@ -109,4 +118,12 @@ TEST(ItnExchange, FailedWritesAndSmallBuffers) {
     EXPECT_EQ(host.protocol.sendCommand(frame, length, values, sizeof values, count), -2);
     EXPECT_EQ(count, 0);
     EXPECT_EQ(host.uart->reads.back(), 3) << "nothing read after the header";
+
+    // A read takes only a value of the width asked for.
+    host.uart->answers.push_back(bytes({6, 1, 3, 1, 0x42, 0x4D}));
+    host.uart->answers.push_back(bytes({7, 1, 4, 1, 0x10, 0x02, 0x1F}));
+    int value = -1;
+    EXPECT_EQ(host.protocol.readRegister(0x1B, 0x05, 0x58, 2, value), 0);
+    EXPECT_EQ(host.protocol.readRegister(0x1B, 0x05, 0x58, 2, value), 1);
+    EXPECT_EQ(value, 0x1002);
 }
