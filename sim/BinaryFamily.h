@@ -36,4 +36,8 @@ public:
     // none (the fault switches that corrupt them pass such an answer by).
     virtual int checksumAt(const Bytes& answer) const = 0;
     virtual int countAt(const Bytes& answer) const = 0;
+    // The register that holds the light the module measures (-1: the module
+    // measures none on the line) and its largest value.
+    virtual int lightRegister() const { return -1; }
+    virtual int lightLimit() const { return 0; }
 };

@@ -79,6 +79,13 @@ void BinarySimulator::bendOwn(Bytes& bytes) {
         bytes[static_cast<size_t>(count)] = 0xFF;
 }
 
+bool BinarySimulator::setLightValue(int value) {
+    if (!m_family || m_family->lightRegister() < 0 || value < 0 || value > m_family->lightLimit())
+        return false;
+    setRegisterValue(m_family->lightRegister(), value);
+    return true;
+}
+
 void BinarySimulator::setWrongChecksum(int frames) {
     setFault(ViscaFaults::WrongChecksum, frames);
 }

@@ -25,7 +25,11 @@ public:
     using Bytes = BinaryFamily::Bytes;
 
     explicit BinarySimulator(std::unique_ptr<BinaryFamily> family, int baud = 9600);
-    ~BinarySimulator();
+    virtual ~BinarySimulator();
+
+    // Sets the light the module measures; false when it measures none, or
+    // the value is beyond its register.
+    bool setLightValue(int value);
 
     // Fault switches of the binary families; frames as for the others.
     void setWrongChecksum(int frames = kForever);

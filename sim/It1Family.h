@@ -32,6 +32,8 @@ public:
     Bytes refuseGarbage(const Bytes& head) const override;
     int checksumAt(const Bytes& answer) const override;
     int countAt(const Bytes& answer) const override;
+    int lightRegister() const override { return kLightRegister; }
+    int lightLimit() const override { return 0xFFFF; }
 
 private:
     std::vector<Bytes> answerLens(const Bytes& frame);

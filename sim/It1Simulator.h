@@ -16,8 +16,6 @@ public:
     explicit It1Simulator(const It1Model* model = nullptr);
 
     const It1Model& model() const { return m_family.model(); }
-    // The light value the module measures (register 3D0B, read only on the line).
-    void setLightValue(int value) { setRegisterValue(It1Family::kLightRegister, value); }
     // Zoom model: the preset numbers of the lens frames taken, oldest first.
     std::vector<int> lensPresets() const;
 

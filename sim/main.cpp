@@ -1,7 +1,8 @@
 // camsim: runs a simulated camera module on a pseudo-terminal for trying a client by hand.
 #include "platform/PlatformClock.h"
 #include "sim/AsciiSimulator.h"
-#include "sim/It1Simulator.h"
+#include "sim/BinaryModules.h"
+#include "sim/It1Models.h"
 #include "sim/ViscaSimulator.h"
 
 #include <CLI/CLI.hpp>
@@ -82,7 +83,7 @@ void applyFaults(AsciiSimulator& sim, const Settings& s) {
         sim.setLateAnswer(s.lateSeconds);
 }
 
-void applyFaults(It1Simulator& sim, const Settings& s) {
+void applyFaults(BinarySimulator& sim, const Settings& s) {
     if (s.silent)
         sim.setSilence();
     if (s.garbage)
@@ -93,8 +94,9 @@ void applyFaults(It1Simulator& sim, const Settings& s) {
         sim.setWrongChecksum();
     if (s.longCount)
         sim.setOverlongCount();
-    if (s.light >= 0)
-        sim.setLightValue(s.light);
+    if (s.light >= 0 && !sim.setLightValue(s.light))
+        std::fprintf(stderr, "camsim: --light %d: this module measures no light of that range\n",
+                     s.light);
 }
 
 // Prints the pty's path, then one line per frame received, until a signal.
@@ -142,9 +144,15 @@ int main(int argc, char** argv) {
                  "bytes in hexadecimal), until interrupted (SIGINT or SIGTERM). Point a "
                  "client at the path, e.g. sensorctl --device PATH.",
                  "camsim"};
+    const std::string binary = binaryProtocolNames(", ");
     app.add_option("--protocol", s.protocol,
-                   "protocol family of the module: visca, ascii or it1 (default visca)")
-        ->check(CLI::IsMember({"visca", "ascii", "it1"}));
+                   "protocol family of the module: visca, ascii, " + binary + " (default visca)")
+        ->check(CLI::Validator(
+            [](std::string& v) {
+                return v == "visca" || v == "ascii" || isBinaryProtocol(v) ? std::string()
+                                                                           : "no protocol " + v;
+            },
+            "visca|ascii|" + binaryProtocolNames("|")));
     app.add_option("--model", s.model,
                    "module model to simulate: " + viscaModelNames("|") + " (default " +
                        defaultViscaModel().name + "); with --protocol ascii " +
@@ -175,10 +183,12 @@ int main(int argc, char** argv) {
     app.add_flag("--garbage", s.garbage, "send garbage bytes before each answer");
     app.add_option("--late", s.lateSeconds, "answer this many device seconds late")
         ->check(CLI::Range(0.0, 3600.0));
-    app.add_flag("--bad-checksum", s.badChecksum, "answer with a checksum off by one (it1 only)");
+    app.add_flag("--bad-checksum", s.badChecksum,
+                 "answer with a checksum off by one (" + binary + " only)");
     app.add_flag("--long-count", s.longCount,
-                 "answer with the count byte replaced by FF (it1 only)");
-    app.add_option("--light", s.light, "light value the module measures (it1 only)")
+                 "answer with the count byte replaced by FF (" + binary + " only)");
+    app.add_option("--light", s.light,
+                   "light value the module measures (the modules that report one: it1 0..65535)")
         ->check(CLI::Range(0, 0xFFFF));
     app.add_option("--time-scale", s.timeScale,
                    "real seconds per device second (0.05: twenty times faster)")
@@ -196,8 +206,11 @@ int main(int argc, char** argv) {
     }
 
     PlatformClock::setTimeScale(s.timeScale);
-    if (s.protocol != "it1" && (s.badChecksum || s.longCount || s.light >= 0)) {
-        std::fprintf(stderr, "camsim: --bad-checksum, --long-count and --light are it1 options\n");
+    if (!isBinaryProtocol(s.protocol) && (s.badChecksum || s.longCount || s.light >= 0)) {
+        std::fprintf(stderr,
+                     "camsim: --bad-checksum, --long-count and --light are options of "
+                     "the binary register modules (%s)\n",
+                     binary.c_str());
         return 2;
     }
     if (s.protocol != "visca" && (s.module != 0 || s.errorReply || s.baudIndex != 0)) {
@@ -205,14 +218,15 @@ int main(int argc, char** argv) {
                              "options\n");
         return 2;
     }
-    if (s.protocol == "it1") {
-        if (!s.model.empty() && findIt1Model(s.model) == nullptr) {
-            std::fprintf(stderr, "camsim: %s is not an it1 model (%s)\n", s.model.c_str(),
-                         it1ModelNames("|").c_str());
+    if (isBinaryProtocol(s.protocol)) {
+        std::unique_ptr<BinarySimulator> sim = makeBinarySimulator(s.protocol, s.model);
+        if (!sim) {
+            const std::string models = binaryModelNames(s.protocol, "|");
+            std::fprintf(stderr, "camsim: %s is not an %s model (%s)\n", s.model.c_str(),
+                         s.protocol.c_str(), models.empty() ? "it has one" : models.c_str());
             return 2;
         }
-        It1Simulator sim(s.model.empty() ? nullptr : findIt1Model(s.model));
-        return serve(sim, s);
+        return serve(*sim, s);
     }
     if (s.protocol == "ascii") {
         if (!s.model.empty() && findAsciiModel(s.model) == nullptr) {

@@ -81,8 +81,8 @@ void Commands::showFrames() {
     std::vector<std::vector<uint8_t>> frames;
     if (ViscaSimulator* sim = m_session.simulator())
         frames = sim->frames();
-    else if (It1Simulator* it1 = m_session.it1Simulator())
-        frames = it1->frames();
+    else if (BinarySimulator* binary = m_session.binarySimulator())
+        frames = binary->frames();
     for (size_t i = m_nFramesShown; i < frames.size(); ++i) {
         std::string line = ">";
         char part[4];
@@ -122,7 +122,7 @@ bool Commands::dispatch(const std::vector<std::string>& words, std::string& out)
         return cmdUi(words, out);
     static const char* const kKnown[] = {"set",         "get",      "dump",    "flush", "reset",
                                          "reset-last",  "daynight", "dnstate", "leds",  "scheme",
-                                         "scheme-mode", "zoom",     "focus"};
+                                         "scheme-mode", "zoom",     "focus",   "gpio"};
     bool known = false;
     for (const char* k : kKnown)
         known = known || name == k;
@@ -144,6 +144,8 @@ bool Commands::dispatch(const std::vector<std::string>& words, std::string& out)
         return cmdScheme(words, name == "scheme-mode", out);
     if (name == "zoom" || name == "focus")
         return cmdLens(words, name == "zoom", out);
+    if (name == "gpio")
+        return cmdGpio(words, out);
     if (args != 0) {
         out = name + " takes no arguments";
         return false;

@@ -42,6 +42,7 @@ private:
     bool cmdLeds(std::string& out);
     bool cmdAdc(const std::vector<std::string>& words, std::string& out);
     bool cmdLight(const std::vector<std::string>& words, std::string& out);
+    bool cmdGpio(const std::vector<std::string>& words, std::string& out);
     bool cmdScheme(const std::vector<std::string>& words, bool mode, std::string& out);
     bool cmdLens(const std::vector<std::string>& words, bool zoom, std::string& out);
     bool cmdIds(std::string& out);

@@ -3,6 +3,7 @@
 #include "drivers/platform/ViscaZoomDomeController.h"
 #include "platform/kvia.h"
 #include "tools/Commands.h"
+#include "tools/HostGpio.h"
 
 #include <cstdio>
 
@@ -234,18 +235,41 @@ bool Commands::cmdLight(const std::vector<std::string>& words, std::string& out)
         out = "usage: light MEASURE (an integer; it grows as the scene darkens)";
         return false;
     }
-    // The simulated IT1 module's light value (register 3D0B) grows the same way.
-    if (It1Simulator* it1 = m_session.it1Simulator()) {
-        if (measure < 0 || measure > 0xFFFF) {
-            out = "usage: light VALUE (0..65535: the IT1 module's light value)";
+    // A simulated register module's light value grows the same way.
+    if (BinarySimulator* binary = m_session.binarySimulator()) {
+        if (!binary->setLightValue(measure)) {
+            out = "the simulated module measures no light value of that range";
             return false;
         }
-        it1->setLightValue(measure);
         return true;
     }
     if (!m_session.setLightMeasure(measure)) {
         out = "the ISP is a real device (--real-devices, or a camera build)";
         return false;
     }
+    return true;
+}
+
+// The GPIO lines the controller was handed: an input the module's day/night
+// output drives (ITN, Effio) is set here by hand.
+bool Commands::cmdGpio(const std::vector<std::string>& words, std::string& out) {
+    int group = 0;
+    int pin = 0;
+    int level = 0;
+    const bool set = words.size() == 4;
+    if ((words.size() != 3 && !set) || !parseInt(words[1], group) || !parseInt(words[2], pin) ||
+        group < 0 || pin < 0 || pin > 31 ||
+        (set && (!parseInt(words[3], level) || level < 0 || level > 1))) {
+        out = "usage: gpio GROUP PIN [LEVEL] (pin 0..31, level 0 or 1)";
+        return false;
+    }
+    HostGpio* gpio = m_session.gpio();
+    const int result = set ? gpio->setLevel(group, pin, level) : gpio->getLevel(group, pin, level);
+    if (result == 0) {
+        out = "cannot reach GPIO " + words[1] + "," + words[2];
+        return false;
+    }
+    if (!set)
+        out = "level=" + std::to_string(level);
     return true;
 }

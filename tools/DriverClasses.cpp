@@ -8,6 +8,7 @@
 #include "drivers/modules/HitachSenseController.h"
 #include "drivers/modules/IT1SenseController.h"
 #include "drivers/modules/IT1ZoomModuleSenseController.h"
+#include "drivers/modules/ITNSenseController.h"
 #include "drivers/modules/NoSensorUIController.h"
 #include "drivers/modules/SC110N_CSenseController.h"
 #include "drivers/modules/SONYCH3310SenseController.h"
@@ -23,6 +24,9 @@ namespace {
 // The host-built serial modules' record: a plain RS-232 line, no lamp.
 constexpr const char* kSerialSampleDetail = "RS232DeviceName=/dev/ttyS1;isInfrared=0";
 constexpr const char* kSerialSampleParameters = "RS485=9600,8,0,1";
+// The RS232 modules': line settings under "RS232", and the GPIO input that
+// carries the module's day/night level (group, pin, the level for day).
+constexpr const char* kRs232SampleParameters = "RS232=9600,8,0,1;GPIO=0,20,1";
 
 const DriverClass kClasses[] = {
     {"AmbaS2FBS8300SenseController", &makeDriver<AmbaS2FBS8300SenseController>,
@@ -55,9 +59,22 @@ const DriverClass kClasses[] = {
      kSerialSampleDetail, kSerialSampleParameters},
     {"IT1ZoomModuleSenseController", &makeDriver<IT1ZoomModuleSenseController>,
      DriverSimulator::It1, "zoom", kSerialSampleDetail, kSerialSampleParameters},
+    {"ITNSenseController", &makeDriver<ITNSenseController>, DriverSimulator::Itn, nullptr,
+     kSerialSampleDetail, kRs232SampleParameters},
 };
 
 } // namespace
+
+const char* binaryProtocol(DriverSimulator kind) {
+    switch (kind) {
+    case DriverSimulator::It1:
+        return "it1";
+    case DriverSimulator::Itn:
+        return "itn";
+    default:
+        return nullptr;
+    }
+}
 
 const DriverClass* findDriverClass(const std::string& name) {
     return findNamedRow(kClasses, name);

@@ -12,6 +12,7 @@ enum class DriverSimulator {
     Visca, // the VISCA block-camera simulator on a pty, playing `model`
     Ascii, // the ASCII register simulator on a pty, playing `model`
     It1,   // the IT1 binary register simulator on a pty, playing `model`
+    Itn,   // the ITN binary register simulator on a pty
     Isp,   // no serial line: the simulated ISP driver
 };
 
@@ -31,6 +32,10 @@ template <class Driver>
 SafePointer<ISensorController> makeDriver() {
     return SafePointer<ISensorController>(new Driver());
 }
+
+// The protocol name of a binary register family's simulator ("it1", "itn"),
+// or nullptr for the other kinds.
+const char* binaryProtocol(DriverSimulator kind);
 
 // The row of class `name`, or nullptr.
 const DriverClass* findDriverClass(const std::string& name);

@@ -11,6 +11,7 @@
 #include "platform/TermiosUARTController.h"
 #include "platform/kvia.h"
 #include "sim/AsciiModels.h"
+#include "sim/BinaryModules.h"
 #include "sim/ViscaModels.h"
 #include "tools/HostGpio.h"
 #include "tools/ParameterNames.h"
@@ -82,7 +83,7 @@ Session::~Session() {
     m_pDriver.reset();
     m_pSim.reset();
     m_pAsciiSim.reset();
-    m_pIt1Sim.reset();
+    m_pBinarySim.reset();
     if (!m_objOptions.realDevices)
         DeviceIoctl::unregisterAll();
     if (!m_strTempRoot.empty()) {
@@ -215,11 +216,10 @@ bool Session::startSimulator(std::string& error) {
             std::make_unique<AsciiSimulator>(model != nullptr ? findAsciiModel(model) : nullptr);
         if (m_pAsciiSim->isRunning())
             device = m_pAsciiSim->slavePath();
-    } else if (simulatorKind() == DriverSimulator::It1) {
-        m_pIt1Sim =
-            std::make_unique<It1Simulator>(model != nullptr ? findIt1Model(model) : nullptr);
-        if (m_pIt1Sim->isRunning())
-            device = m_pIt1Sim->slavePath();
+    } else if (const char* protocol = binaryProtocol(simulatorKind())) {
+        m_pBinarySim = makeBinarySimulator(protocol, model != nullptr ? model : "");
+        if (m_pBinarySim && m_pBinarySim->isRunning())
+            device = m_pBinarySim->slavePath();
     } else {
         ViscaSimulator::Options simOptions;
         simOptions.model = model != nullptr ? findViscaModel(model)

@@ -5,7 +5,7 @@
 #include "platform/ModuleConfigure.h"
 #include "platform/SimulatedDevices.h"
 #include "sim/AsciiSimulator.h"
-#include "sim/It1Simulator.h"
+#include "sim/BinarySimulator.h"
 #include "sim/ViscaSimulator.h"
 #include "tools/DriverClasses.h"
 #include "tools/Options.h"
@@ -45,7 +45,9 @@ public:
     const ModuleConfigure& module() const { return m_objModule; }
     ViscaSimulator* simulator() { return m_pSim.get(); }
     AsciiSimulator* asciiSimulator() { return m_pAsciiSim.get(); }
-    It1Simulator* it1Simulator() { return m_pIt1Sim.get(); }
+    // The binary register module's simulator (IT1, ITN, ...).
+    BinarySimulator* binarySimulator() { return m_pBinarySim.get(); }
+    HostGpio* gpio() { return m_pGpio; }
     // Simulated devices (nullptr with --real-devices).
     SimulatedPwm* pwm(int bank) const; // 0 near, 1 middle, 2 far
     SimulatedAdc* adc() const { return m_pAdc.get(); }
@@ -80,7 +82,7 @@ private:
     std::shared_ptr<SimulatedAdc> m_pAdc;
     std::unique_ptr<ViscaSimulator> m_pSim;
     std::unique_ptr<AsciiSimulator> m_pAsciiSim;
-    std::unique_ptr<It1Simulator> m_pIt1Sim;
+    std::unique_ptr<BinarySimulator> m_pBinarySim;
     ModuleConfigure m_objModule;
     HostGpio* m_pGpio = nullptr; // owned by the manager's (or the controller's) safe pointer
     std::unique_ptr<SensorControllerManager> m_pManager;

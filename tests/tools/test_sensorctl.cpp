@@ -226,6 +226,16 @@ TEST_F(SensorctlProcess, DriverClassRunsAgainstItsSimulator) {
     EXPECT_EQ(r.status, 0) << r.out << r.err;
     EXPECT_TRUE(contains(r.out, "> 08 01 05 02 0A 03 37 54\n")) << r.out;
     EXPECT_TRUE(contains(r.out, "\n1=55\n")) << r.out;
+    // The ITN module's noise reduction in one frame; its day/night input is a
+    // GPIO line of the host, and night reaches the module's register.
+    args = {"--root", m_root.dir(), "--time-scale", "0.1"};
+    for (const char* a : {"--driver", "ITNSenseController", "--simulate", "--verbose", "set",
+                          "23=40", "--", "gpio", "0", "20", "0", "--", "wait", "2"})
+        args.push_back(a);
+    r = run(args);
+    EXPECT_EQ(r.status, 0) << r.out << r.err;
+    EXPECT_TRUE(contains(r.out, "> 0E 01 0B 02 1D 00 03 20 01 21 66 22 66 6C\n")) << r.out;
+    EXPECT_TRUE(contains(r.out, "> 09 01 06 02 1B 00 50 33 B0\n")) << r.out;
 }
 
 TEST_F(SensorctlProcess, UnknownCommandOrIdFailsWithAnErrorLine) {
