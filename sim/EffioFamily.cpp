@@ -1,6 +1,8 @@
 // The Effio module's frames and answers, for the binary register simulator.
 #include "sim/EffioFamily.h"
 
+#include "drivers/protocols/BinaryLink.h"
+
 #include <algorithm>
 
 namespace {
@@ -16,10 +18,7 @@ constexpr uint8_t kOther = 0xFE;
 constexpr int kMaxValues = 16;
 
 uint8_t sum(const BinaryFamily::Bytes& bytes, size_t count) {
-    unsigned total = 0;
-    for (size_t i = 0; i < count; ++i)
-        total += bytes[i];
-    return static_cast<uint8_t>(total);
+    return binary::additiveChecksum(bytes.data(), static_cast<int>(count));
 }
 
 BinaryFamily::Bytes closed(BinaryFamily::Bytes bytes) {

@@ -60,15 +60,15 @@ public:
 
     EffioProtocol& protocol() { return m_objProtocol; }
 
-    // ---- controller hooks ------------------------------------------------------
-    // The record: detail "RS232DeviceName" and "GPIODNLevel", parameters
-    // "RS232" ("baud,data bits,parity,stop bits"); then the port. 0 with the
-    // failing step logged.
+    // ---- what the base asks of a driver ----------------------------------------------
+    // Reads the record (detail "RS232DeviceName" and "GPIODNLevel", parameters
+    // "RS232" = "baud,data bits,parity,stop bits") and opens the port; the
+    // module itself is not asked. 0 with the failing step logged.
     int initController(int moduleId, ModuleConfigure const& config) override;
-    // The module keeps its own video system: nothing to send.
-    int setSensorVideoSystem(int videoSystem, VideoResolution const& resolution) override;
     int setParameterToSensor(int id, int value) override;
     int getParameterFromSensor(int id, int& value) override;
+    // PAL/NTSC stay the module's own choice: always 1, nothing sent.
+    int setSensorVideoSystem(int videoSystem, VideoResolution const& resolution) override;
     int getMirrorValue(int& value) override;
     // 1 day, 0 night, from the day/night GPIO (see the class comment).
     int getDNStatusFromSensor(int& status) override;

@@ -21,6 +21,13 @@ constexpr Refusal kRefusals[] = {
     {0xFE, "Other error"},
 };
 
+// What a short answer logs: the failure (with the count read), then both sides.
+constexpr EffioProtocol::ShortAnswer kWriteDump = {
+    "setParameters : recv len failed expectlen=3,actuallen=%d", "\nset send :%s\n",
+    "set recv :%s\n"};
+constexpr EffioProtocol::ShortAnswer kReadDump = {"getParmaters recv len error",
+                                                  "recv request :%s\n", "\nresult :%s\n"};
+
 uint8_t low(int value) {
     return static_cast<uint8_t>(value & 0xFF);
 }
@@ -79,6 +86,22 @@ bool EffioProtocol::send(uint8_t* frame, int length, const char* what) {
     return false;
 }
 
+bool EffioProtocol::receive(uint8_t* answer, int total, const ShortAnswer& dump,
+                            const uint8_t* frame, int length) {
+    const int got = m_objLink.read(answer, total, kTimeout);
+    if (got != total) {
+        m_log.ErrorPrintf(dump.failure, got);
+        std::printf(dump.sent, binary::hexText(frame, length).c_str());
+        std::printf(dump.received, binary::hexText(answer, got).c_str());
+        return false;
+    }
+    if (const char* refusal = statusMessage(answer[1])) {
+        m_log.ErrorPrintf("%s", refusal);
+        return false;
+    }
+    return true;
+}
+
 int EffioProtocol::setParameters(uint8_t* frame, int length) {
     if (frame == nullptr || length < 2)
         return 0;
@@ -86,21 +109,12 @@ int EffioProtocol::setParameters(uint8_t* frame, int length) {
     if (!send(frame, length, "setParameters"))
         return 0;
     uint8_t answer[kWriteAnswer] = {};
-    const int got = m_objLink.read(answer, kWriteAnswer, kTimeout);
-    if (got != kWriteAnswer) {
-        m_log.ErrorPrintf("setParameters : recv len failed expectlen=3,actuallen=%d", got);
-        std::printf("\nset send :%s\n", binary::hexText(frame, length).c_str());
-        std::printf("set recv :%s\n", binary::hexText(answer, got).c_str());
+    if (!receive(answer, kWriteAnswer, kWriteDump, frame, length))
         return 0;
-    }
-    if (const char* refusal = statusMessage(answer[1])) {
-        m_log.ErrorPrintf("%s", refusal);
-        return 0;
-    }
     // Only this request's answer: its operation repeated, the sum right.
     if (answer[0] != frame[1] || answer[2] != binary::additiveChecksum(answer, 2)) {
         m_log.ErrorPrintf("setParameters : not this write's answer (%s)",
-                          binary::hexText(answer, got).c_str());
+                          binary::hexText(answer, kWriteAnswer).c_str());
         return 0;
     }
     KovantTime::wait(KovantTime(0, kWritePause));
@@ -117,17 +131,8 @@ int EffioProtocol::getParameters(uint8_t* frame, int length, uint8_t* values, in
         return 0;
     uint8_t answer[kMaxValues + 3] = {};
     const int total = n + 3;
-    const int got = m_objLink.read(answer, total, kTimeout);
-    if (got != total) {
-        m_log.ErrorPrintf("getParmaters recv len error");
-        std::printf("recv request :%s\n", binary::hexText(frame, length).c_str());
-        std::printf("\nresult :%s\n", binary::hexText(answer, got).c_str());
+    if (!receive(answer, total, kReadDump, frame, length))
         return 0;
-    }
-    if (const char* refusal = statusMessage(answer[1])) {
-        m_log.ErrorPrintf("%s", refusal);
-        return 0;
-    }
     const uint8_t expect = binary::additiveChecksum(answer, total - 1);
     if (answer[total - 1] != expect) {
         m_log.ErrorPrintf("check sum error expect=%d , but actual = %d", expect, answer[total - 1]);
@@ -135,7 +140,7 @@ int EffioProtocol::getParameters(uint8_t* frame, int length, uint8_t* values, in
     }
     if (answer[0] != frame[1]) {
         m_log.ErrorPrintf("getParameters : not this read's answer (%s)",
-                          binary::hexText(answer, got).c_str());
+                          binary::hexText(answer, total).c_str());
         return 0;
     }
     for (int i = 0; i < n; ++i)

@@ -68,7 +68,18 @@ public:
     int writeRegister(int category, int byteNumber, int width, int value);
     int readRegister(int category, int byteNumber, int width, int& value);
 
+    // The log lines of an answer that comes short.
+    struct ShortAnswer {
+        const char* failure;
+        const char* sent;
+        const char* received;
+    };
+
 private:
+    // Reads the answer's `total` bytes and judges its status: false (logged)
+    // when fewer come or the module refuses.
+    bool receive(uint8_t* answer, int total, const ShortAnswer& dump, const uint8_t* frame,
+                 int length);
     // Checksum in, input cleared, frame out; false (logged with `what`) when
     // it did not go out whole.
     bool send(uint8_t* frame, int length, const char* what);
