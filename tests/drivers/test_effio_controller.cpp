@@ -32,6 +32,7 @@ public:
             m_SensorStatus = ISensorController::InitSuccess;
         return result;
     }
+    void runWorker() { m_DNChangeThread->start(); }
 };
 
 class EffioController : public ::testing::Test {
@@ -183,4 +184,22 @@ TEST_F(EffioController, DayNightFollowsTheGPIOLevel) {
     int status = -1;
     EXPECT_EQ(ctl.getDNStatusFromSensor(status), 0);
     EXPECT_TRUE(contains(out.text(), "GPIO(5) get DNLevel failed")) << out.text();
+}
+
+// The base's worker switches the picture while the host changes thresholds
+// and the HDR mode; the controller stops the worker before its members go.
+TEST_F(EffioController, WorkerSwitchesWhileTheHostSets) {
+    m_root.writeFile(kDNLevel, "1");
+    Bench ctl;
+    ASSERT_EQ(ctl.start(), 1);
+    ASSERT_EQ(ctl.setParameterToSensor(61, 0), 1);
+    ctl.runWorker();
+    m_root.writeFile(kDNLevel, "0");
+    for (int v = 1; v <= 3; ++v) {
+        EXPECT_EQ(ctl.setParameterToSensor(18, v), 1);
+        EXPECT_EQ(ctl.setParameterToSensor(19, v), 1);
+    }
+    EXPECT_TRUE(kvtest::waitUntil([&] { return m_sim.picture() == 1; }, 5.0));
+    m_root.writeFile(kDNLevel, "1");
+    EXPECT_TRUE(kvtest::waitUntil([&] { return m_sim.picture() == 0; }, 5.0));
 }
