@@ -4,7 +4,6 @@
 #include "config/IdManager.h"
 #include "drivers/protocols/ModuleDispatch.h"
 #include "drivers/protocols/SerialSettings.h"
-#include "platform/ConfigFileText.h"
 #include "platform/ModuleParameterParser.h"
 
 #include <cstdio>
@@ -129,14 +128,15 @@ int EffioSenseController::initController(int, ModuleConfigure const& config) {
     SerialRecord record;
     if (!readSerialRecord(*this, config, false, detail, record, "RS232"))
         return 0;
-    InitPrintf("RS232(%s) param is (%d,%d,%d,%d)\n", record.device.c_str(), record.baud,
-               record.dataBits, record.parity, record.stopBits);
+    // A missing entry reads as empty text, refused like a malformed one.
     std::string text;
+    detail.getValue("GPIODNLevel", text);
     int line[3] = {}; // group, pin, night level
-    if (detail.getValue("GPIODNLevel", text) == 0 ||
-        !kvconfig::parseDecimalIntList(text, line, 3) || line[0] < 0 || line[1] < 0 ||
-        (line[2] != 0 && line[2] != 1)) {
-        ErrorPrintf("get GPIODNLevel from detail failed");
+    const char* const refused = "get GPIODNLevel from detail failed";
+    if (!parseGpioTriple(*this, text, line, refused))
+        return 0;
+    if (line[0] < 0 || line[1] < 0 || (line[2] != 0 && line[2] != 1)) {
+        ErrorPrintf("%s", refused);
         return 0;
     }
     {
