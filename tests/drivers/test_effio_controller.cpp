@@ -130,6 +130,22 @@ TEST_F(EffioController, FaultsEndInBoundedFailures) {
     }
     m_sim.clearFaults();
     EXPECT_EQ(ctl.setParameterToSensor(7, 1), 1);
+    // The module's refusals of registers it does not have, with their messages.
+    const struct {
+        int category;
+        int byteNumber;
+        int width;
+        const char* log;
+    } refusals[] = {{0x09, 0x01, 1, "Category number error"},
+                    {0x02, 0x01, 1, "Byte number error"},
+                    {0x02, 0x63, 1, "Other error"}};
+    for (const auto& r : refusals) {
+        kvtest::StdoutCapture out;
+        EXPECT_EQ(ctl.protocol().writeRegister(r.category, r.byteNumber, r.width, 0), 0);
+        int value = -1;
+        EXPECT_EQ(ctl.protocol().readRegister(r.category, r.byteNumber, 1, value), 0);
+        EXPECT_TRUE(contains(out.text(), r.log)) << out.text();
+    }
 }
 
 // Start-up takes the record's "RS232" settings and the day/night GPIO.
