@@ -2,6 +2,7 @@
 #include "sim/BinaryModules.h"
 
 #include "foundation/NamedRows.h"
+#include "sim/EffioSimulator.h"
 #include "sim/It1Simulator.h"
 #include "sim/ItnSimulator.h"
 
@@ -23,6 +24,11 @@ const Family kFamilies[] = {
     {"itn",
      [](const std::string& model) -> std::unique_ptr<BinarySimulator> {
          return model.empty() ? std::make_unique<ItnSimulator>() : nullptr;
+     },
+     nullptr},
+    {"effio",
+     [](const std::string& model) -> std::unique_ptr<BinarySimulator> {
+         return model.empty() ? std::make_unique<EffioSimulator>() : nullptr;
      },
      nullptr},
 };

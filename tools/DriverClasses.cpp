@@ -4,6 +4,7 @@
 #include "foundation/NamedRows.h"
 
 #include "drivers/modules/CMD7200SenseController.h"
+#include "drivers/modules/EffioSenseController.h"
 #include "drivers/modules/HitachCompatSenseController.h"
 #include "drivers/modules/HitachSenseController.h"
 #include "drivers/modules/IT1SenseController.h"
@@ -61,6 +62,8 @@ const DriverClass kClasses[] = {
      DriverSimulator::It1, "zoom", kSerialSampleDetail, kSerialSampleParameters},
     {"ITNSenseController", &makeDriver<ITNSenseController>, DriverSimulator::Itn, nullptr,
      kSerialSampleDetail, kRs232SampleParameters},
+    {"EffioSenseController", &makeDriver<EffioSenseController>, DriverSimulator::Effio, nullptr,
+     "RS232DeviceName=/dev/ttyS1;GPIODNLevel=0,21,0", "RS232=9600,8,0,1"},
 };
 
 } // namespace
@@ -71,6 +74,8 @@ const char* binaryProtocol(DriverSimulator kind) {
         return "it1";
     case DriverSimulator::Itn:
         return "itn";
+    case DriverSimulator::Effio:
+        return "effio";
     default:
         return nullptr;
     }

@@ -13,6 +13,7 @@ enum class DriverSimulator {
     Ascii, // the ASCII register simulator on a pty, playing `model`
     It1,   // the IT1 binary register simulator on a pty, playing `model`
     Itn,   // the ITN binary register simulator on a pty
+    Effio, // the Effio binary register simulator on a pty
     Isp,   // no serial line: the simulated ISP driver
 };
 

@@ -24,7 +24,7 @@ const char* const kFooter =
   adc VALUE              set the simulated light-sensor reading
   light MEASURE          set the simulated ISP's light measure (grows as it darkens; module 80)
                          or the simulated register module's light value (IT1)
-  gpio GROUP PIN [LEVEL] read or set a GPIO line (the ITN module's day/night input)
+  gpio GROUP PIN [LEVEL] read or set a GPIO line (the ITN or Effio module's day/night input)
   scheme [N]             switch to (or show) parameter scheme N
   scheme-mode [M]        0 manual, 1 by time (or show it)
   zoom in|out|stop|get [SPEED]    focus near|far|stop|get [SPEED]
