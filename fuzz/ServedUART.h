@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -67,5 +68,17 @@ private:
     int m_nSends = 0;
     int m_nRecvs = 0;
 };
+
+// A property of the code under test: the run stops here when it fails.
+inline void check(bool property) {
+    if (!property)
+        std::abort();
+}
+
+// Whether the module released these very bytes, in one piece.
+inline bool released(const ServedUART& uart, const std::uint8_t* bytes, int n) {
+    return uart.released().find(std::string(reinterpret_cast<const char*>(bytes),
+                                            static_cast<std::size_t>(n))) != std::string::npos;
+}
 
 } // namespace kvfuzz

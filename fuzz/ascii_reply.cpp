@@ -13,14 +13,10 @@
 
 namespace {
 
+using kvfuzz::check;
 using kvfuzz::ServedUART;
 
 using Link = kvfuzz::ProtocolLink<AsciiRegisterProtocol>;
-
-void check(bool property) {
-    if (!property)
-        std::abort();
-}
 
 // Whether the module released `head` followed by n hex digits (either case) of `value`.
 bool answered(const ServedUART& uart, const std::string& head, int n, int value) {

@@ -11,14 +11,10 @@
 
 namespace {
 
+using kvfuzz::check;
 using kvfuzz::ServedUART;
 
 using Link = kvfuzz::ProtocolLink<EffioProtocol>;
-
-void check(bool property) {
-    if (!property)
-        std::abort();
-}
 
 // Whether the module released a whole consenting answer to `op` that carries these values
 // and adds up.

@@ -11,20 +11,11 @@
 
 namespace {
 
+using kvfuzz::check;
+using kvfuzz::released;
 using kvfuzz::ServedUART;
 
 using Link = kvfuzz::ProtocolLink<It1Protocol>;
-
-void check(bool property) {
-    if (!property)
-        std::abort();
-}
-
-// Whether the module released these very bytes.
-bool released(const ServedUART& uart, const uint8_t* bytes, int n) {
-    return uart.released().find(std::string(reinterpret_cast<const char*>(bytes),
-                                            static_cast<std::size_t>(n))) != std::string::npos;
-}
 
 } // namespace
 

@@ -10,6 +10,7 @@
 
 namespace {
 
+using kvfuzz::check;
 using kvfuzz::ServedUART;
 
 class Link : public IDMX420ZoomSensorController {
@@ -20,11 +21,6 @@ public:
     }
     using IDMX420ZoomSensorController::visca;
 };
-
-void check(bool property) {
-    if (!property)
-        std::abort();
-}
 
 bool sentBy(const ServedUART& uart, const std::string& bytes) {
     return uart.released().find(bytes) != std::string::npos;

@@ -2,7 +2,6 @@
 #include "drivers/modules/EffioSenseController.h"
 
 #include "config/IdManager.h"
-#include "drivers/protocols/ModuleDispatch.h"
 #include "drivers/protocols/SerialSettings.h"
 #include "platform/ModuleParameterParser.h"
 
@@ -159,13 +158,11 @@ int EffioSenseController::setSensorVideoSystem(int, VideoResolution const&) {
 }
 
 int EffioSenseController::setParameterToSensor(int id, int value) {
-    const int inherited = dispatchSetToBase(*this, id, value);
-    return inherited != -1 ? inherited : m_objSettings.set(id, value);
+    return m_objSettings.dispatchSet(id, value);
 }
 
 int EffioSenseController::getParameterFromSensor(int id, int& value) {
-    const int inherited = dispatchGetToBase(*this, id, value);
-    return inherited != -1 ? inherited : m_objSettings.get(id, value);
+    return m_objSettings.dispatchGet(id, value);
 }
 
 int EffioSenseController::getMirrorValue(int& value) {

@@ -1,7 +1,6 @@
 // IT1 module base: register rows and operations, start-up, dispatch.
 #include "drivers/modules/IBaseIT1SenseController.h"
 
-#include "drivers/protocols/ModuleDispatch.h"
 #include "drivers/protocols/SerialSettings.h"
 #include "platform/GlobalEnv.h"
 #include "platform/ModuleParameterParser.h"
@@ -184,13 +183,11 @@ int IBaseIT1SenseController::setSensorVideoSystem(int, VideoResolution const&) {
 }
 
 int IBaseIT1SenseController::setParameterToSensor(int id, int value) {
-    const int inherited = dispatchSetToBase(*this, id, value);
-    return inherited != -1 ? inherited : m_objSettings.set(id, value);
+    return m_objSettings.dispatchSet(id, value);
 }
 
 int IBaseIT1SenseController::getParameterFromSensor(int id, int& value) {
-    const int inherited = dispatchGetToBase(*this, id, value);
-    return inherited != -1 ? inherited : m_objSettings.get(id, value);
+    return m_objSettings.dispatchGet(id, value);
 }
 
 int IBaseIT1SenseController::getMirrorValue(int& value) {

@@ -2,7 +2,6 @@
 #include "drivers/modules/ITNSenseController.h"
 
 #include "config/IdManager.h"
-#include "drivers/protocols/ModuleDispatch.h"
 #include "drivers/protocols/SerialSettings.h"
 #include "platform/GlobalEnv.h"
 #include "platform/KovantTime.h"
@@ -210,13 +209,11 @@ int ITNSenseController::setSensorVideoSystem(int, VideoResolution const&) {
 }
 
 int ITNSenseController::setParameterToSensor(int id, int value) {
-    const int inherited = dispatchSetToBase(*this, id, value);
-    return inherited != -1 ? inherited : m_objSettings.set(id, value);
+    return m_objSettings.dispatchSet(id, value);
 }
 
 int ITNSenseController::getParameterFromSensor(int id, int& value) {
-    const int inherited = dispatchGetToBase(*this, id, value);
-    return inherited != -1 ? inherited : m_objSettings.get(id, value);
+    return m_objSettings.dispatchGet(id, value);
 }
 
 int ITNSenseController::getMirrorValue(int& value) {

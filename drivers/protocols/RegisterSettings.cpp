@@ -3,6 +3,7 @@
 
 #include "controller/ISensorController.h"
 #include "drivers/protocols/BinaryLink.h"
+#include "drivers/protocols/ModuleDispatch.h"
 #include "platform/GlobalEnv.h"
 
 #include <algorithm>
@@ -64,6 +65,16 @@ int RegisterSettings::get(int id, int& value) {
     }
     const regs::Setting* row = find(id);
     return row == nullptr ? -1 : get(*row, value);
+}
+
+int RegisterSettings::dispatchSet(int id, int value) {
+    const int inherited = dispatchSetToBase(m_log, id, value);
+    return inherited != -1 ? inherited : set(id, value);
+}
+
+int RegisterSettings::dispatchGet(int id, int& value) {
+    const int inherited = dispatchGetToBase(m_log, id, value);
+    return inherited != -1 ? inherited : get(id, value);
 }
 
 int RegisterSettings::set(const regs::Setting& row, int value) {

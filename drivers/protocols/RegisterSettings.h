@@ -55,6 +55,10 @@ public:
     // By parameter id: 1 done, 0 refused or failed (logged), -1 no such id.
     int set(int id, int value);
     int get(int id, int& value);
+    // A driver's setParameterToSensor / getParameterFromSensor: the base's
+    // ids (and its refusal before the module is up) first, then these.
+    int dispatchSet(int id, int value);
+    int dispatchGet(int id, int& value);
     // By row.
     int set(const regs::Setting& row, int value);
     int get(const regs::Setting& row, int& value);
