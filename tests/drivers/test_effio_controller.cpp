@@ -1,9 +1,8 @@
 // The Effio controller against the simulated module on a pty: start-up from the record, settings
 // as the module stores them, module faults, and the GPIO day/night input driving the picture.
 // labels: threaded
+#include "drivers/PtyBench.h"
 #include "drivers/modules/EffioSenseController.h"
-#include "platform/SysfsGPIO.h"
-#include "platform/TermiosUARTController.h"
 #include "sim/EffioSimulator.h"
 #include "support/TestRoot.h"
 
@@ -22,25 +21,17 @@ const char* const kDetail = "RS232DeviceName=/dev/ttyS1;GPIODNLevel=1,5,0";
 const char* const kParameters = "RS232=9600,8,0,1";
 const char* const kDNLevel = "/sys/class/gpio/gpio37/value"; // group 1, pin 5
 
-class Bench : public EffioSenseController {
+class Bench : public kvtest::PtyBench<EffioSenseController> {
 public:
     int start(const char* detail = kDetail, const char* parameters = kParameters) {
-        setOperator(SafePointer<IUARTController>(new TermiosUARTController()),
-                    SafePointer<IGPIO>(new SysfsGPIO()));
-        const int result = initController(0, ModuleConfigure(0, detail, parameters));
-        if (result == 1)
-            m_SensorStatus = ISensorController::InitSuccess;
-        return result;
+        return PtyBench::start(detail, parameters);
     }
     void runWorker() { m_DNChangeThread->start(); }
 };
 
 class EffioController : public ::testing::Test {
 protected:
-    EffioController() {
-        std::filesystem::create_directories(m_root.path("/dev"));
-        std::filesystem::create_symlink(m_sim.slavePath(), m_root.path("/dev/ttyS1"));
-    }
+    EffioController() { kvtest::linkSerialDevice(m_root, m_sim.slavePath()); }
     // Exchange time-out 3 tenths: 30 ms real.
     kvtest::TestRoot m_root{0.1};
     EffioSimulator m_sim;

@@ -1,10 +1,9 @@
 // The IT1 controllers against the simulated module on a pty: start-up, settings as the module
 // stores them, the light-level day/night thread, faults, the zoom module's lens frames.
 // labels: threaded
+#include "drivers/PtyBench.h"
 #include "drivers/modules/IT1SenseController.h"
 #include "drivers/modules/IT1ZoomModuleSenseController.h"
-#include "platform/SysfsGPIO.h"
-#include "platform/TermiosUARTController.h"
 #include "sim/It1Simulator.h"
 #include "support/TestRoot.h"
 
@@ -12,7 +11,6 @@
 
 #include <chrono>
 #include <climits>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -24,28 +22,15 @@ using kvtest::contains;
 const char* const kDetail = "RS232DeviceName=/dev/ttyS1";
 const char* const kParameters = "RS485=9600,8,0,1";
 
-// A controller started on the simulator through its module record, then
-// taken as initialised (the host's start-up does that after initController).
 template <class T>
-class Bench : public T {
+class Bench : public kvtest::PtyBench<T> {
 public:
-    int start() {
-        this->setOperator(SafePointer<IUARTController>(new TermiosUARTController()),
-                          SafePointer<IGPIO>(new SysfsGPIO()));
-        const int result = this->initController(0, ModuleConfigure(0, kDetail, kParameters));
-        if (result == 1)
-            this->m_SensorStatus = ISensorController::InitSuccess;
-        return result;
-    }
+    int start() { return kvtest::PtyBench<T>::start(kDetail, kParameters); }
 };
 
 class It1Controllers : public ::testing::Test {
 protected:
-    void link(const It1Simulator& sim) {
-        std::filesystem::create_directories(m_root.path("/dev"));
-        std::filesystem::remove(m_root.path("/dev/ttyS1"));
-        std::filesystem::create_symlink(sim.slavePath(), m_root.path("/dev/ttyS1"));
-    }
+    void link(const It1Simulator& sim) { kvtest::linkSerialDevice(m_root, sim.slavePath()); }
     // Exchange time-out 6 tenths: 30 ms real, ample for the simulator on a
     // loaded machine; a day/night pass 50 ms.
     kvtest::TestRoot m_root{0.05};

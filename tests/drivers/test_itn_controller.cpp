@@ -1,16 +1,15 @@
 // The ITN controller against the simulated module on a pty: settings as the module stores them,
 // the GPIO day/night thread by mode, faults.
 // labels: threaded
+#include "drivers/PtyBench.h"
 #include "drivers/modules/ITNSenseController.h"
 #include "platform/KovantTime.h"
-#include "platform/TermiosUARTController.h"
 #include "sim/ItnSimulator.h"
 #include "support/TestRoot.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -31,26 +30,16 @@ public:
     int initComplete() override { return 1; }
 };
 
-class Bench : public ITNSenseController {
+class Bench : public kvtest::PtyBench<ITNSenseController> {
 public:
     int start(InputLine* line, const char* parameters = "RS232=9600,8,0,1;GPIO=0,20,1") {
-        setOperator(SafePointer<IUARTController>(new TermiosUARTController()),
-                    SafePointer<IGPIO>(line));
-        const int result =
-            initController(0, ModuleConfigure(0, "RS232DeviceName=/dev/ttyS1", parameters));
-        if (result == 1)
-            m_SensorStatus = ISensorController::InitSuccess;
-        return result;
+        return PtyBench::start("RS232DeviceName=/dev/ttyS1", parameters, line);
     }
 };
 
 class ItnController : public ::testing::Test {
 protected:
-    void link(const ItnSimulator& sim) {
-        std::filesystem::create_directories(m_root.path("/dev"));
-        std::filesystem::remove(m_root.path("/dev/ttyS1"));
-        std::filesystem::create_symlink(sim.slavePath(), m_root.path("/dev/ttyS1"));
-    }
+    void link(const ItnSimulator& sim) { kvtest::linkSerialDevice(m_root, sim.slavePath()); }
     // Exchange time-out 3 tenths: 30 ms real; a thread pass 100 ms.
     kvtest::TestRoot m_root{0.1};
 };
