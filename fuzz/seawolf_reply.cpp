@@ -20,11 +20,6 @@ void check(bool property) {
         std::abort();
 }
 
-// Whether the module released these very bytes.
-bool released(const ServedUART& uart, const std::string& bytes) {
-    return uart.released().find(bytes) != std::string::npos;
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -57,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 for (char c : whole)
                     sum += static_cast<uint8_t>(c);
                 whole += static_cast<char>(~sum & 0xFF);
-                check(released(*uart, whole));
+                check(uart->released().find(whole) != std::string::npos); // as the module sent them
             }
             check(uart->sends() == 1);
         }
