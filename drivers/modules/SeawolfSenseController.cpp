@@ -303,7 +303,7 @@ int SeawolfSenseController::restartModule() {
 int SeawolfSenseController::resetParameters() {
     if (ISensorController::resetParameters() == 0)
         return 0;
-    if (m_SensorStatus == InitSuccess && flush() == 0) {
+    if (m_SensorStatus == InitSuccess && saveToModule() == 0) {
         ErrorPrintf("resetParameters failed");
         return 0;
     }
