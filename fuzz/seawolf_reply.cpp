@@ -11,14 +11,11 @@
 
 namespace {
 
+using kvfuzz::check;
+using kvfuzz::released;
 using kvfuzz::ServedUART;
 
 using Link = kvfuzz::ProtocolLink<SeawolfProtocol>;
-
-void check(bool property) {
-    if (!property)
-        std::abort();
-}
 
 } // namespace
 
@@ -52,7 +49,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 for (char c : whole)
                     sum += static_cast<uint8_t>(c);
                 whole += static_cast<char>(~sum & 0xFF);
-                check(uart->released().find(whole) != std::string::npos); // as the module sent them
+                check(released(*uart, reinterpret_cast<const uint8_t*>(whole.data()),
+                               static_cast<int>(whole.size())));
             }
             check(uart->sends() == 1);
         }

@@ -3,7 +3,6 @@
 #include "drivers/modules/SeawolfSenseController.h"
 
 #include "config/IdManager.h"
-#include "drivers/protocols/ModuleDispatch.h"
 #include "drivers/protocols/SerialSettings.h"
 #include "platform/GlobalEnv.h"
 #include "platform/KovantTime.h"
@@ -243,13 +242,11 @@ int SeawolfSenseController::setSensorVideoSystem(int videoSystem, VideoResolutio
 }
 
 int SeawolfSenseController::setParameterToSensor(int id, int value) {
-    const int inherited = dispatchSetToBase(*this, id, value);
-    return inherited != -1 ? inherited : m_objSettings.set(id, value);
+    return m_objSettings.dispatchSet(id, value);
 }
 
 int SeawolfSenseController::getParameterFromSensor(int id, int& value) {
-    const int inherited = dispatchGetToBase(*this, id, value);
-    return inherited != -1 ? inherited : m_objSettings.get(id, value);
+    return m_objSettings.dispatchGet(id, value);
 }
 
 int SeawolfSenseController::getMirrorValue(int& value) {

@@ -1,16 +1,14 @@
 // The Seawolf controller against the simulated module on a pty: start-up, settings as the
 // module stores them, the light-level day/night and picture, the video system, faults.
 // labels: threaded
+#include "drivers/PtyBench.h"
 #include "drivers/modules/SeawolfSenseController.h"
-#include "platform/SysfsGPIO.h"
-#include "platform/TermiosUARTController.h"
 #include "sim/SeawolfSimulator.h"
 #include "support/TestRoot.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -23,26 +21,14 @@ using Ctl = SeawolfSenseController;
 const char* const kDetail = "RS232DeviceName=/dev/ttyS1";
 const char* const kParameters = "RS485=9600,8,0,1";
 
-// A controller started on the simulator through its module record, then
-// taken as initialised (the host's start-up does that after initController).
-class Bench : public SeawolfSenseController {
+class Bench : public kvtest::PtyBench<SeawolfSenseController> {
 public:
-    int start(const char* detail = kDetail, const char* parameters = kParameters) {
-        setOperator(SafePointer<IUARTController>(new TermiosUARTController()),
-                    SafePointer<IGPIO>(new SysfsGPIO()));
-        const int result = initController(0, ModuleConfigure(0, detail, parameters));
-        if (result == 1)
-            m_SensorStatus = ISensorController::InitSuccess;
-        return result;
-    }
+    int start(const char* detail = kDetail) { return PtyBench::start(detail, kParameters); }
 };
 
 class SeawolfController : public ::testing::Test {
 protected:
-    void SetUp() override {
-        std::filesystem::create_directories(m_root.path("/dev"));
-        std::filesystem::create_symlink(m_sim.slavePath(), m_root.path("/dev/ttyS1"));
-    }
+    void SetUp() override { kvtest::linkSerialDevice(m_root, m_sim.slavePath()); }
     // Exchange time-out 3 tenths: 30 ms real; the module's restart 200 ms.
     kvtest::TestRoot m_root{0.1};
     SeawolfSimulator m_sim;
