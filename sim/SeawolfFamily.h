@@ -26,6 +26,9 @@ public:
     Bytes refuseGarbage(const Bytes& head) const override;
     int checksumAt(const Bytes& answer) const override;
     int countAt(const Bytes& answer) const override;
+    // The light level, 0 dark .. 255 bright.
+    int lightRegister() const override { return kLightRegister; }
+    int lightLimit() const override { return 255; }
 
     // How many times the store was written and the module restarted.
     int saves() const { return m_nSaves; }

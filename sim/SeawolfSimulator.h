@@ -11,9 +11,8 @@ class SeawolfSimulator : public BinarySimulator {
 public:
     SeawolfSimulator();
 
-    // The light level the module measures, 0 dark .. 255 bright (page 4
-    // register 0x3E, read only on the line).
-    void setLightLevel(int value) { setRegisterValue(SeawolfFamily::kLightRegister, value); }
+    // The light level the module measures is setLightValue: 0 dark .. 255
+    // bright (page 4 register 0x3E, read only on the line).
     void setSoftVersion(int value) { setRegisterValue(SeawolfFamily::kVersionRegister, value); }
     // How many times the module's store was written, and the module restarted.
     int saves() const;

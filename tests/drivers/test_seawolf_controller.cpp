@@ -120,7 +120,7 @@ TEST_F(SeawolfController, DayNightFollowsTheLightLevel) {
     } steps[] = {{128, 1, 64}, {39, 0, 0}, {50, 0, 0}, {60, 0, 0}, {61, 1, 64}, {40, 1, 64}};
     for (const auto& s : steps) {
         SCOPED_TRACE("light " + std::to_string(s.light));
-        m_sim.setLightLevel(s.light);
+        m_sim.setLightValue(s.light);
         EXPECT_EQ(ctl.DNSwitchHandle(), 1);
         int state = -1;
         EXPECT_EQ(ctl.getDayNightState(state), 1);
@@ -130,7 +130,7 @@ TEST_F(SeawolfController, DayNightFollowsTheLightLevel) {
     }
     // At night a new saturation waits for the day; the store keeps it, and a
     // restart from the store stays without colour.
-    m_sim.setLightLevel(10);
+    m_sim.setLightValue(10);
     ASSERT_EQ(ctl.DNSwitchHandle(), 1);
     EXPECT_EQ(ctl.setParameterToSensor(Ctl::kSaturation, 80), 1);
     EXPECT_EQ(m_sim.registerValue(0x5C), 0);
@@ -139,7 +139,7 @@ TEST_F(SeawolfController, DayNightFollowsTheLightLevel) {
     EXPECT_EQ(ctl.setParameterToSensor(Ctl::kRestartModule, 1), 1);
     EXPECT_EQ(m_sim.restarts(), 1);
     EXPECT_EQ(m_sim.registerValue(0x5C), 0);
-    m_sim.setLightLevel(200);
+    m_sim.setLightValue(200);
     ASSERT_EQ(ctl.DNSwitchHandle(), 1);
     EXPECT_EQ(m_sim.registerValue(0x5C), 80);
     // A module that stops answering has no state.
