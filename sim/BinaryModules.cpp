@@ -5,6 +5,7 @@
 #include "sim/EffioSimulator.h"
 #include "sim/It1Simulator.h"
 #include "sim/ItnSimulator.h"
+#include "sim/SeawolfSimulator.h"
 
 namespace {
 
@@ -24,6 +25,11 @@ const Family kFamilies[] = {
     {"itn",
      [](const std::string& model) -> std::unique_ptr<BinarySimulator> {
          return model.empty() ? std::make_unique<ItnSimulator>() : nullptr;
+     },
+     nullptr},
+    {"seawolf",
+     [](const std::string& model) -> std::unique_ptr<BinarySimulator> {
+         return model.empty() ? std::make_unique<SeawolfSimulator>() : nullptr;
      },
      nullptr},
     {"effio",

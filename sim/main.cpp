@@ -188,7 +188,8 @@ int main(int argc, char** argv) {
     app.add_flag("--long-count", s.longCount,
                  "answer with the count byte replaced by FF (" + binary + " only)");
     app.add_option("--light", s.light,
-                   "light value the module measures (the modules that report one: it1 0..65535)")
+                   "light value the module measures (the modules that report one: it1 0..65535, "
+                   "growing as it darkens; seawolf 0..255, growing as it brightens)")
         ->check(CLI::Range(0, 0xFFFF));
     app.add_option("--time-scale", s.timeScale,
                    "real seconds per device second (0.05: twenty times faster)")

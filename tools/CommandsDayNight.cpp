@@ -232,10 +232,12 @@ bool Commands::cmdAdc(const std::vector<std::string>& words, std::string& out) {
 bool Commands::cmdLight(const std::vector<std::string>& words, std::string& out) {
     int measure = 0;
     if (words.size() != 2 || !parseInt(words[1], measure)) {
-        out = "usage: light MEASURE (an integer; it grows as the scene darkens)";
+        out = "usage: light MEASURE (an integer; the ISP's and IT1's grow as the scene darkens, "
+              "the Seawolf's light level as it brightens)";
         return false;
     }
-    // A simulated register module's light value grows the same way.
+    // A simulated register module's light value (IT1: grows as the scene
+    // darkens; Seawolf: a light level 0..255 that grows as it brightens).
     if (BinarySimulator* binary = m_session.binarySimulator()) {
         if (!binary->setLightValue(measure)) {
             out = "the simulated module measures no light value of that range";

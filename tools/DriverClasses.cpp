@@ -15,6 +15,7 @@
 #include "drivers/modules/SONYCH3310SenseController.h"
 #include "drivers/modules/SONYCV7500SenseController.h"
 #include "drivers/modules/SONYEH4300SenseController.h"
+#include "drivers/modules/SeawolfSenseController.h"
 #include "drivers/platform/AmbaS2FBS8300SenseController.h"
 #include "drivers/platform/AmbaS2SenseController.h"
 #include "drivers/platform/CMD7400SenseController.h"
@@ -62,6 +63,8 @@ const DriverClass kClasses[] = {
      DriverSimulator::It1, "zoom", kSerialSampleDetail, kSerialSampleParameters},
     {"ITNSenseController", &makeDriver<ITNSenseController>, DriverSimulator::Itn, nullptr,
      kSerialSampleDetail, kRs232SampleParameters},
+    {"SeawolfSenseController", &makeDriver<SeawolfSenseController>, DriverSimulator::Seawolf,
+     nullptr, kSerialSampleDetail, kSerialSampleParameters},
     {"EffioSenseController", &makeDriver<EffioSenseController>, DriverSimulator::Effio, nullptr,
      "RS232DeviceName=/dev/ttyS1;GPIODNLevel=0,21,0", "RS232=9600,8,0,1"},
 };
@@ -74,6 +77,8 @@ const char* binaryProtocol(DriverSimulator kind) {
         return "it1";
     case DriverSimulator::Itn:
         return "itn";
+    case DriverSimulator::Seawolf:
+        return "seawolf";
     case DriverSimulator::Effio:
         return "effio";
     default:

@@ -8,13 +8,14 @@
 
 // The stand-in for the module that --simulate runs for a class.
 enum class DriverSimulator {
-    None,  // nothing: the device named in the record (or --device) is used
-    Visca, // the VISCA block-camera simulator on a pty, playing `model`
-    Ascii, // the ASCII register simulator on a pty, playing `model`
-    It1,   // the IT1 binary register simulator on a pty, playing `model`
-    Itn,   // the ITN binary register simulator on a pty
-    Effio, // the Effio binary register simulator on a pty
-    Isp,   // no serial line: the simulated ISP driver
+    None,    // nothing: the device named in the record (or --device) is used
+    Visca,   // the VISCA block-camera simulator on a pty, playing `model`
+    Ascii,   // the ASCII register simulator on a pty, playing `model`
+    It1,     // the IT1 binary register simulator on a pty, playing `model`
+    Itn,     // the ITN binary register simulator on a pty
+    Seawolf, // the Seawolf binary register simulator on a pty
+    Effio,   // the Effio binary register simulator on a pty
+    Isp,     // no serial line: the simulated ISP driver
 };
 
 // One exported controller class: how to make it, what to simulate it with,

@@ -23,7 +23,8 @@ const char* const kFooter =
   leds                   duty of the near, middle and far IR LED outputs
   adc VALUE              set the simulated light-sensor reading
   light MEASURE          set the simulated ISP's light measure (grows as it darkens; module 80)
-                         or the simulated register module's light value (IT1)
+                         or the simulated register module's light value (IT1: grows as
+                         it darkens; Seawolf: light level 0..255, grows as it brightens)
   gpio GROUP PIN [LEVEL] read or set a GPIO line (the ITN or Effio module's day/night input)
   scheme [N]             switch to (or show) parameter scheme N
   scheme-mode [M]        0 manual, 1 by time (or show it)
