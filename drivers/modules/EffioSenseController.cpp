@@ -52,20 +52,6 @@ constexpr int kHDRRegister = 0x0C03;
 constexpr int kHDRBit = 4;
 constexpr int kHDRBits = 2;
 
-// The base's day/night ids: hours and minutes of the switch times, the delay.
-struct BaseSetting {
-    int id;
-    int (ISensorController::*set)(int);
-    int (ISensorController::*get)(int&);
-};
-constexpr BaseSetting kBaseSettings[] = {
-    {57, &ISensorController::setDTNTime_H, &ISensorController::getDTNTime_H},
-    {58, &ISensorController::setDTNTime_M, &ISensorController::getDTNTime_M},
-    {59, &ISensorController::setNTDTime_H, &ISensorController::getNTDTime_H},
-    {60, &ISensorController::setNTDTime_M, &ISensorController::getNTDTime_M},
-    {61, &ISensorController::setDNSwitchDelay, &ISensorController::getDNSwitchDelay},
-};
-
 } // namespace
 
 void EffioSenseController::registerIds(IdManager& ids) {
@@ -97,19 +83,10 @@ EffioSenseController::EffioSenseController()
         kHDRMode, [this](int v) { return setHDRMode(v); },
         [this](int& v) { return getHDRMode(v); });
     m_objSettings.addOperation(
-        kDayNightMode,
-        [this](int v) {
-            if (v < 0 || v > 3) {
-                ErrorPrintf("setDayNightMode(%d) is out of range", v);
-                return 0;
-            }
-            return setDayNightMode(v);
-        },
+        kDayNightMode, 0, 3, "setDayNightMode(%d) is out of range",
+        [this](int v) { return setDayNightMode(v); },
         [this](int& v) { return getDayNightMode(v); });
-    for (const BaseSetting& s : kBaseSettings)
-        m_objSettings.addOperation(
-            s.id, [this, s](int v) { return (this->*s.set)(v); },
-            [this, s](int& v) { return (this->*s.get)(v); });
+    m_objSettings.addDayNightSchedule(57);
 }
 
 EffioSenseController::~EffioSenseController() {

@@ -136,27 +136,15 @@ ITNSenseController::ITNSenseController()
         kNoiseReduction3D, [this](int v) { return setNoiseReduction(1, v); },
         [this](int& v) { return getNoiseReduction(1, v); });
     m_objSettings.addOperation(
-        kDayNightMode,
-        [this](int v) {
-            if (v < 0 || v > 3) {
-                ErrorPrintf("setDayNightMode(%d) is out of range", v);
-                return 0;
-            }
-            return setDayNightMode(v);
-        },
+        kDayNightMode, 0, 3, "setDayNightMode(%d) is out of range",
+        [this](int v) { return setDayNightMode(v); },
         [this](int& v) {
             v = m_nDayNightSetup;
             return 1;
         });
     m_objSettings.addOperation(
-        kDayNightDelay,
-        [this](int v) {
-            if (v < 0 || v > kMaxSwitchDelay) {
-                ErrorPrintf("setDNSwitchDelay(%d) is out of range", v);
-                return 0;
-            }
-            return setDNSwitchDelay(v);
-        },
+        kDayNightDelay, 0, kMaxSwitchDelay, "p_DNSwitchDelay(%d) is out of range",
+        [this](int v) { return setDNSwitchDelay(v); },
         [this](int& v) { return getDNSwitchDelay(v); });
 }
 

@@ -144,50 +144,21 @@ SeawolfSenseController::SeawolfSenseController()
         kNightToDay, [this](int v) { return setNightToDayThreshold(v); },
         [this](int& v) { return v = m_nNightToDay, 1; });
     // The base's day/night and noise settings, with the ranges they make sense in.
-    const auto ranged = [this](int lo, int hi, const char* message, std::function<int(int)> set) {
-        return [this, lo, hi, message, set](int v) {
-            if (v < lo || v > hi) {
-                ErrorPrintf(message, v);
-                return 0;
-            }
-            return set(v);
-        };
-    };
-    s.addOperation(kDayNightMode,
-                   ranged(0, 3, "p_DayNightMode(%d) is out of range",
-                          [this](int v) { return setDayNightMode(v); }),
-                   [this](int& v) {
-                       KVMutexLocker lock(m_DNMutex, __FILE__, __LINE__);
-                       v = m_nDayNightMode;
-                       return 1;
-                   });
-    s.addOperation(kTNF,
-                   ranged(0, 100, "p_TNF(%d) is out of range", [this](int v) { return setTNF(v); }),
-                   [this](int& v) { return getTNF(v); });
     s.addOperation(
-        kTNFMode,
-        ranged(0, 2, "p_TNFMode(%d) is out of range", [this](int v) { return setTNFMode(v); }),
+        kDayNightMode, 0, 3, "p_DayNightMode(%d) is out of range",
+        [this](int v) { return setDayNightMode(v); },
+        [this](int& v) {
+            KVMutexLocker lock(m_DNMutex, __FILE__, __LINE__);
+            v = m_nDayNightMode;
+            return 1;
+        });
+    s.addOperation(
+        kTNF, 0, 100, "p_TNF(%d) is out of range", [this](int v) { return setTNF(v); },
+        [this](int& v) { return getTNF(v); });
+    s.addOperation(
+        kTNFMode, 0, 2, "p_TNFMode(%d) is out of range", [this](int v) { return setTNFMode(v); },
         [this](int& v) { return getTNFMode(v); });
-    s.addOperation(
-        kDTNHour,
-        ranged(0, 23, "p_DTNHour(%d) is out of range", [this](int v) { return setDTNTime_H(v); }),
-        [this](int& v) { return getDTNTime_H(v); });
-    s.addOperation(
-        kDTNMinute,
-        ranged(0, 59, "p_DTNMinute(%d) is out of range", [this](int v) { return setDTNTime_M(v); }),
-        [this](int& v) { return getDTNTime_M(v); });
-    s.addOperation(
-        kNTDHour,
-        ranged(0, 23, "p_NTDHour(%d) is out of range", [this](int v) { return setNTDTime_H(v); }),
-        [this](int& v) { return getNTDTime_H(v); });
-    s.addOperation(
-        kNTDMinute,
-        ranged(0, 59, "p_NTDMinute(%d) is out of range", [this](int v) { return setNTDTime_M(v); }),
-        [this](int& v) { return getNTDTime_M(v); });
-    s.addOperation(kSwitchDelay,
-                   ranged(0, 255, "p_DNSwitchDelay(%d) is out of range",
-                          [this](int v) { return setDNSwitchDelay(v); }),
-                   [this](int& v) { return getDNSwitchDelay(v); });
+    s.addDayNightSchedule(kDTNHour);
     // Set-only: commands, any value but the video system's acts.
     s.addOperation(kSaveToModule, [this](int) { return saveToModule(); });
     s.addOperation(kRestartModule, [this](int) { return restartModule(); });

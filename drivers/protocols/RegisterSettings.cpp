@@ -32,6 +32,48 @@ void RegisterSettings::addOperation(int id, std::function<int(int)> set,
     m_mapOperations[id] = Operation{std::move(set), std::move(get), 0};
 }
 
+void RegisterSettings::addOperation(int id, int lo, int hi, const char* rangeMessage,
+                                    std::function<int(int)> set, std::function<int(int&)> get) {
+    addOperation(
+        id,
+        [this, lo, hi, rangeMessage, set = std::move(set)](int v) {
+            if (v < lo || v > hi) {
+                m_log.ErrorPrintf(rangeMessage, v);
+                return 0;
+            }
+            return set(v);
+        },
+        std::move(get));
+}
+
+void RegisterSettings::addDayNightSchedule(int firstId) {
+    struct Item {
+        int hi;
+        const char* rangeMessage;
+        int (ISensorController::*set)(int);
+        int (ISensorController::*get)(int&);
+    };
+    static constexpr Item kItems[] = {
+        {23, "p_DTNHour(%d) is out of range", &ISensorController::setDTNTime_H,
+         &ISensorController::getDTNTime_H},
+        {59, "p_DTNMinute(%d) is out of range", &ISensorController::setDTNTime_M,
+         &ISensorController::getDTNTime_M},
+        {23, "p_NTDHour(%d) is out of range", &ISensorController::setNTDTime_H,
+         &ISensorController::getNTDTime_H},
+        {59, "p_NTDMinute(%d) is out of range", &ISensorController::setNTDTime_M,
+         &ISensorController::getNTDTime_M},
+        {3600, "p_DNSwitchDelay(%d) is out of range", &ISensorController::setDNSwitchDelay,
+         &ISensorController::getDNSwitchDelay},
+    };
+    ISensorController& owner = m_log;
+    int id = firstId;
+    for (const Item& item : kItems)
+        addOperation(
+            id++, 0, item.hi, item.rangeMessage,
+            [&owner, set = item.set](int v) { return (owner.*set)(v); },
+            [&owner, get = item.get](int& v) { return (owner.*get)(v); });
+}
+
 const regs::Setting* RegisterSettings::find(int id) const {
     if (id == 0)
         return nullptr;

@@ -52,6 +52,14 @@ public:
     // An operation behind parameter id `id`, taking precedence over a row.
     // Without a getter the id reads the value last set through it.
     void addOperation(int id, std::function<int(int)> set, std::function<int(int&)> get = {});
+    // The same, with a setter that refuses a value outside lo..hi first
+    // (`rangeMessage` logged with the value; nothing done).
+    void addOperation(int id, int lo, int hi, const char* rangeMessage, std::function<int(int)> set,
+                      std::function<int(int&)> get = {});
+    // The base's day/night schedule as the five ids from `firstId`: the
+    // day-to-night hour and minute, the night-to-day hour and minute (0..23,
+    // 0..59) and the switch delay (0..3600 s).
+    void addDayNightSchedule(int firstId);
     // By parameter id: 1 done, 0 refused or failed (logged), -1 no such id.
     int set(int id, int value);
     int get(int id, int& value);
