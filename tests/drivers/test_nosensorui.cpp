@@ -67,6 +67,8 @@ TEST_F(NoSensorUI, OnlyTheFilterInquiryGoesOutAndItsAnswerIsTheState) {
     Bench ctl;
     printed([&] { EXPECT_EQ(ctl.start(), 1); });
     ctl.quieten();
+    // An inquiry the stopped pass had sent may still be on its way to the module.
+    m_sim.waitForFrames(m_sim.frames().size() + 1, 0.1);
     m_sim.clearFrames();
     int value = 0;
     for (int id : {1, 12, 99, 500, 504})
