@@ -2,6 +2,17 @@
 # pkg-config file.
 include(CMakePackageConfigHelpers)
 
+# The installed programs find the library beside them (RUNPATH relative to
+# the binary), so they run from any prefix without LD_LIBRARY_PATH.
+function(kv_install_program target)
+    file(RELATIVE_PATH libdir ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+    set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${libdir}")
+    target_link_options(${target} PRIVATE "LINKER:--enable-new-dtags")
+    install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endfunction()
+kv_install_program(sensorctl)
+kv_install_program(camsim)
+
 install(TARGETS sensorcontrol EXPORT SensorControlTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
@@ -25,6 +36,8 @@ install(FILES ${PROJECT_BINARY_DIR}/SensorControlConfig.cmake
               ${PROJECT_BINARY_DIR}/SensorControlConfigVersion.cmake
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/SensorControl)
 
+file(RELATIVE_PATH KV_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" KV_PC_TO_PREFIX "${KV_PC_TO_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/sensorcontrol.pc.in
     ${PROJECT_BINARY_DIR}/sensorcontrol.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/sensorcontrol.pc

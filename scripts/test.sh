@@ -1,17 +1,19 @@
 #!/usr/bin/env bash
 # Builds and runs the whole suite: under AddressSanitizer + UndefinedBehavior-
 # Sanitizer, the threaded tests again under ThreadSanitizer, and a cross-build
-# for 32-bit ARM run under qemu-arm, and the camera build against the ISP
-# driver's C interface (a stand-in driver library, build and link check only).
+# for 32-bit ARM run under qemu-arm, the camera build against the ISP
+# driver's C interface (a stand-in driver library, build and link check only),
+# and an installation into a temporary prefix: its tools run from there, and a
+# consumer project builds against it (CMake package and pkg-config).
 # Installs what is missing first.
-#   KV_STAGES="asan tsan arm vendor" picks stages (default: all four).
+#   KV_STAGES="asan tsan arm vendor install" picks stages (default: all five).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 bash scripts/setup.sh
 
 jobs=$(nproc 2>/dev/null || echo 2)
-stages=${KV_STAGES:-"asan tsan arm vendor"}
+stages=${KV_STAGES:-"asan tsan arm vendor install"}
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
@@ -71,6 +73,32 @@ for stage in $stages; do
         # (grep reads all of nm's output: an early exit would fail the pipe)
         arm-linux-gnueabihf-nm -D --undefined-only "$lib" | grep -w kvia_ioctrl >/dev/null
         echo "libsensorcontrol.so takes kvia_ioctrl from the driver library"
+        ;;
+    install)
+        echo "== Installed tools and a consumer of the installed package =="
+        build build/release -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKV_BUILD_TESTS=OFF
+        scratch=$(mktemp -d)
+        prefix=$scratch/prefix
+        cmake --install build/release --prefix "$prefix" >/dev/null
+        # The tools find the library beside them, with no LD_LIBRARY_PATH.
+        readelf -d "$prefix/bin/sensorctl" | grep -F 'RUNPATH' | grep -F '$ORIGIN' >/dev/null
+        env -u LD_LIBRARY_PATH "$prefix/bin/sensorctl" --help >/dev/null
+        env -u LD_LIBRARY_PATH "$prefix/bin/camsim" --help >/dev/null
+        env -u LD_LIBRARY_PATH "$prefix/bin/sensorctl" --simulate --time-scale 0.01 get saturation |
+            grep -E '^saturation=[0-9]+$'
+        # A program of the camera's application built against the installation.
+        cmake -S examples/consumer -B "$scratch/consumer" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+        cmake --build "$scratch/consumer" >/dev/null
+        mkdir -p "$scratch/root"
+        KV_ROOT=$scratch/root "$scratch/consumer/consumer"
+        export PKG_CONFIG_PATH=$prefix/lib/pkgconfig
+        # shellcheck disable=SC2046 # the flags are words
+        c++ -std=c++17 -Wall -Wextra -Werror examples/consumer/main.cpp \
+            $(pkg-config --cflags --libs sensorcontrol) -Wl,-rpath,"$prefix/lib" \
+            -o "$scratch/consumer-pkg-config"
+        KV_ROOT=$scratch/root "$scratch/consumer-pkg-config"
+        unset PKG_CONFIG_PATH
+        rm -rf "$scratch"
         ;;
     *)
         echo "unknown stage: $stage" >&2
