@@ -7,8 +7,12 @@
 #include "platform/TermiosUARTController.h"
 #include "support/TestRoot.h"
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace kvtest {
 
@@ -35,5 +39,33 @@ public:
         return result;
     }
 };
+
+// One setting through setParameterToSensor: the result, the registers as the
+// module then holds them (key, value), and a text the log must hold ("" any).
+struct SettingStep {
+    int id;
+    int value;
+    int result;
+    std::vector<std::pair<int, int>> registers;
+    const char* log;
+};
+
+// Runs the steps against a controller on a simulator; a refusal must send nothing.
+template <class Controller, class Simulator, std::size_t N>
+void checkSettings(Controller& ctl, Simulator& sim, const SettingStep (&steps)[N]) {
+    for (const SettingStep& s : steps) {
+        SCOPED_TRACE("id " + std::to_string(s.id) + " = " + std::to_string(s.value));
+        sim.clearFrames();
+        StdoutCapture out;
+        EXPECT_EQ(ctl.setParameterToSensor(s.id, s.value), s.result);
+        const std::string log = out.text();
+        for (const auto& [key, value] : s.registers)
+            EXPECT_EQ(sim.registerValue(key), value) << std::hex << key;
+        EXPECT_TRUE(contains(log, s.log)) << log;
+        if (s.result != 1) {
+            EXPECT_TRUE(sim.frames().empty()) << "a refusal sends nothing";
+        }
+    }
+}
 
 } // namespace kvtest

@@ -44,42 +44,23 @@ protected:
 TEST_F(EffioController, SettingsAsTheModuleStoresThem) {
     Bench ctl;
     ASSERT_EQ(ctl.start(), 1);
-    const struct {
-        int id;
-        int value;
-        int result;
-        int key;      // register afterwards, or 0
-        int expected; // its value
-        const char* log;
-    } steps[] = {
-        {2, 100, 1, 0x0299, 0xFF, ""},
-        {1, 50, 1, 0x0263, 511, ""},
-        {1, 101, 0, 0x0263, 511, "setBrightness(101) is out of range"},
-        {3, 0x3FF, 1, 0x0261, 0x3FF, ""},
-        {8, 21, 1, 0x0302, 0x40 | 21, ""}, // AGC mode bits (power-up 1) kept
-        {10, 3, 1, 0x0302, 0xC0 | 21, ""},
-        {16, 2, 1, 0x0C03, 0x02, ""},
-        {19, 1, 1, 0x0C03, 0x12, ""}, // HDR bits 4-5, ATR kept
-        {6, 3, 1, 0x0649, 3, ""},
-        {9, 10, 0, 0x0401, 2, "setShutterSpeed(10) is out of range"},
-        {17, 3, 1, 0, 0, ""},
-        {17, 0, 0, 0, 0, "setDayToNightTransition failed"},
-        {21, 5, 0, 0, 0, "setDayNightMode(5) is out of range"},
-        {11, 1, -1, 0, 0, ""},
+    const kvtest::SettingStep steps[] = {
+        {2, 100, 1, {{0x0299, 0xFF}}, ""},
+        {1, 50, 1, {{0x0263, 511}}, ""},
+        {1, 101, 0, {{0x0263, 511}}, "setBrightness(101) is out of range"},
+        {3, 0x3FF, 1, {{0x0261, 0x3FF}}, ""},
+        {8, 21, 1, {{0x0302, 0x40 | 21}}, ""}, // AGC mode bits (power-up 1) kept
+        {10, 3, 1, {{0x0302, 0xC0 | 21}}, ""},
+        {16, 2, 1, {{0x0C03, 0x02}}, ""},
+        {19, 1, 1, {{0x0C03, 0x12}}, ""}, // HDR bits 4-5, ATR kept
+        {6, 3, 1, {{0x0649, 3}}, ""},
+        {9, 10, 0, {{0x0401, 2}}, "setShutterSpeed(10) is out of range"},
+        {17, 3, 1, {}, ""},
+        {17, 0, 0, {}, "setDayToNightTransition failed"},
+        {21, 5, 0, {}, "setDayNightMode(5) is out of range"},
+        {11, 1, -1, {}, ""},
     };
-    for (const auto& s : steps) {
-        SCOPED_TRACE("id " + std::to_string(s.id) + " = " + std::to_string(s.value));
-        m_sim.clearFrames();
-        kvtest::StdoutCapture out;
-        EXPECT_EQ(ctl.setParameterToSensor(s.id, s.value), s.result);
-        EXPECT_TRUE(contains(out.text(), s.log)) << out.text();
-        if (s.key != 0) {
-            EXPECT_EQ(m_sim.registerValue(s.key), s.expected);
-        }
-        if (s.result != 1) {
-            EXPECT_TRUE(m_sim.frames().empty()) << "a refusal sends nothing";
-        }
-    }
+    kvtest::checkSettings(ctl, m_sim, steps);
     const int reads[][2] = {{1, 50}, {2, 100}, {3, 0x3FF}, {8, 21}, {10, 3},
                             {16, 2}, {19, 1},  {6, 3},     {17, 3}, {5, 256}};
     for (const auto& r : reads) {

@@ -48,13 +48,7 @@ TEST_F(It1Controllers, SettingsAsTheModuleStoresThem) {
     ctl.stopSwitchThread(); // only this test's frames on the line
     const int mirrorBefore = sim.registerValue(0x1500);
     const int chroma = sim.registerValue(0x141F);
-    const struct {
-        int id;
-        int value;
-        int result;
-        std::vector<std::pair<int, int>> registers; // (address, value) afterwards
-        const char* log;
-    } steps[] = {
+    const kvtest::SettingStep steps[] = {
         {1, 55, 1, {{0x0A03, 55}}, ""},
         {1, 101, 0, {{0x0A03, 55}}, "p_nBrightness(101) is out of range"},
         {2, 100, 1, {{0x1402, 255}, {0x1403, 255}}, ""},
@@ -75,19 +69,7 @@ TEST_F(It1Controllers, SettingsAsTheModuleStoresThem) {
         {22, 77, 1, {{0x0A27, 77}, {0x0A2A, 77}}, ""},
         {7, 1, -1, {}, ""},
     };
-    for (const auto& s : steps) {
-        SCOPED_TRACE("id " + std::to_string(s.id) + " = " + std::to_string(s.value));
-        sim.clearFrames();
-        kvtest::StdoutCapture out;
-        EXPECT_EQ(ctl.setParameterToSensor(s.id, s.value), s.result);
-        const std::string log = out.text();
-        for (const auto& [address, value] : s.registers)
-            EXPECT_EQ(sim.registerValue(address), value) << std::hex << address;
-        EXPECT_TRUE(contains(log, s.log)) << log;
-        if (s.result != 1) {
-            EXPECT_TRUE(sim.frames().empty()) << "a refusal sends nothing";
-        }
-    }
+    kvtest::checkSettings(ctl, sim, steps);
     EXPECT_EQ(sim.registerValue(0x0A01) & 0x13, 0x12);
     const struct {
         int id;

@@ -58,13 +58,7 @@ TEST_F(ItnController, SettingsAsTheModuleStoresThem) {
     Bench ctl;
     ASSERT_EQ(ctl.start(new InputLine()), 1);
     ctl.stopSwitchThread(); // only this test's frames on the line
-    const struct {
-        int id;
-        int value;
-        int result;
-        std::vector<std::pair<int, int>> registers; // (key, value) afterwards
-        const char* log;
-    } steps[] = {
+    const kvtest::SettingStep steps[] = {
         {1, 100, 1, {{key(0x1A, 0x05), 255}}, ""},
         {1, 101, 0, {{key(0x1A, 0x05), 255}}, "p_Brightness is out of range,p_WDR = 101"},
         {6, 4, 0, {}, "p_WDR is out of range,p_WDR = 4"},
@@ -77,19 +71,7 @@ TEST_F(ItnController, SettingsAsTheModuleStoresThem) {
         {25, 4, 0, {}, "setDayNightMode(4) is out of range"},
         {27, 1, -1, {}, ""},
     };
-    for (const auto& s : steps) {
-        SCOPED_TRACE("id " + std::to_string(s.id) + " = " + std::to_string(s.value));
-        sim.clearFrames();
-        kvtest::StdoutCapture out;
-        EXPECT_EQ(ctl.setParameterToSensor(s.id, s.value), s.result);
-        const std::string log = out.text();
-        for (const auto& [address, value] : s.registers)
-            EXPECT_EQ(sim.registerValue(address), value) << std::hex << address;
-        EXPECT_TRUE(contains(log, s.log)) << log;
-        if (s.result != 1) {
-            EXPECT_TRUE(sim.frames().empty()) << "a refusal sends nothing";
-        }
-    }
+    kvtest::checkSettings(ctl, sim, steps);
     const struct {
         int id;
         int value;

@@ -41,13 +41,7 @@ protected:
 TEST_F(SeawolfController, SettingsAsTheModuleStoresThem) {
     Bench ctl;
     ASSERT_EQ(ctl.start(), 1);
-    const struct {
-        int id;
-        int value;
-        int result;
-        std::vector<std::pair<int, int>> registers; // (page x 256 + register, value) afterwards
-        const char* log;
-    } steps[] = {
+    const kvtest::SettingStep steps[] = {
         {Ctl::kBrightness, 55, 1, {{0x22, 55}}, ""},
         {Ctl::kBrightness, 101, 0, {{0x22, 55}}, "p_Bright(101) is out of range"},
         {Ctl::kSaturation, 101, 0, {{0x5C, 50}}, "p_Satulation(101) is out of range"},
@@ -76,19 +70,7 @@ TEST_F(SeawolfController, SettingsAsTheModuleStoresThem) {
         {Ctl::kDTNHour, 24, 0, {}, "p_DTNHour(24) is out of range"},
         {15, 1, -1, {}, ""},
     };
-    for (const auto& s : steps) {
-        SCOPED_TRACE("id " + std::to_string(s.id) + " = " + std::to_string(s.value));
-        m_sim.clearFrames();
-        kvtest::StdoutCapture out;
-        EXPECT_EQ(ctl.setParameterToSensor(s.id, s.value), s.result);
-        const std::string log = out.text();
-        for (const auto& [address, value] : s.registers)
-            EXPECT_EQ(m_sim.registerValue(address), value) << std::hex << address;
-        EXPECT_TRUE(contains(log, s.log)) << log;
-        if (s.result != 1) {
-            EXPECT_TRUE(m_sim.frames().empty()) << "a refusal sends nothing";
-        }
-    }
+    kvtest::checkSettings(ctl, m_sim, steps);
     EXPECT_EQ(m_sim.saves(), 1);
     const struct {
         int id;
