@@ -38,6 +38,17 @@ ISensorController::ISensorController(int sensorType)
         this, &ISensorController::DNChangeThreadBody, "DayNightChangeThread"));
 }
 
+void ISensorController::stopThreadsFirst(GThread* own) {
+    if (own != nullptr)
+        own->requestStop();
+    if (m_DNChangeThread)
+        m_DNChangeThread->requestStop();
+    if (own != nullptr)
+        own->stop();
+    if (m_DNChangeThread)
+        m_DNChangeThread->stop();
+}
+
 ISensorController::~ISensorController() {
     // The worker thread uses everything below; it goes first.
     m_DNChangeThread->stop();

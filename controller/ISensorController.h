@@ -222,6 +222,11 @@ public:
     int DNChangeThreadBody();
 
 protected:
+    // For a most-derived destructor whose members the threads use: stops the
+    // driver's own thread (if any) and the base's worker, both asked first so
+    // that they wind down together.
+    void stopThreadsFirst(GThread* own = nullptr);
+
     static const char* const kSensorXmlPath;
     static const char* const kSchemeFilePrefix;
     static const char* const kLegacyConfigPath;

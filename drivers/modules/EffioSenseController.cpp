@@ -91,10 +91,7 @@ EffioSenseController::EffioSenseController()
 
 EffioSenseController::~EffioSenseController() {
     // The base's worker calls into this class: it stops before any member goes.
-    if (m_DNChangeThread) {
-        m_DNChangeThread->requestStop();
-        m_DNChangeThread->stop();
-    }
+    stopThreadsFirst();
 }
 
 // ---- start-up and hooks ------------------------------------------------------------------

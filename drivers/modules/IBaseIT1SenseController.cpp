@@ -123,12 +123,7 @@ IBaseIT1SenseController::~IBaseIT1SenseController() {
 }
 
 void IBaseIT1SenseController::stopThreads() {
-    m_pSwitchThread->requestStop();
-    if (m_DNChangeThread)
-        m_DNChangeThread->requestStop();
-    m_pSwitchThread->stop();
-    if (m_DNChangeThread)
-        m_DNChangeThread->stop();
+    stopThreadsFirst(m_pSwitchThread.get());
 }
 
 // ---- start-up and hooks ----------------------------------------------------------------

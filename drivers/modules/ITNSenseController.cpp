@@ -149,12 +149,7 @@ ITNSenseController::ITNSenseController()
 }
 
 ITNSenseController::~ITNSenseController() {
-    m_pSwitchThread->requestStop();
-    if (m_DNChangeThread)
-        m_DNChangeThread->requestStop();
-    m_pSwitchThread->stop();
-    if (m_DNChangeThread)
-        m_DNChangeThread->stop();
+    stopThreadsFirst(m_pSwitchThread.get());
 }
 
 int ITNSenseController::initController(int, ModuleConfigure const& config) {

@@ -171,8 +171,7 @@ SeawolfSenseController::SeawolfSenseController()
 
 SeawolfSenseController::~SeawolfSenseController() {
     // The base's worker calls this class's members: it stops before they go.
-    if (m_DNChangeThread)
-        m_DNChangeThread->stop();
+    stopThreadsFirst();
 }
 
 // ---- start-up and hooks ----------------------------------------------------------------
