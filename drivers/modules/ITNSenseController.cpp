@@ -139,7 +139,7 @@ ITNSenseController::ITNSenseController()
         kDayNightMode, 0, 3, "setDayNightMode(%d) is out of range",
         [this](int v) { return setDayNightMode(v); },
         [this](int& v) {
-            v = m_nDayNightSetup;
+            v = dayNightSetup();
             return 1;
         });
     m_objSettings.addOperation(
@@ -227,9 +227,9 @@ int ITNSenseController::getNoiseReduction(int which, int& value) {
 
 // ---- day and night -------------------------------------------------------------------
 
-int ITNSenseController::setDayNightMode(int mode) {
-    m_nDayNightSetup = mode;
-    return ISensorController::setDayNightMode(mode);
+int ITNSenseController::dayNightSetup() {
+    KVMutexLocker lock(m_DNMutex, __FILE__, __LINE__);
+    return m_nDayNightMode;
 }
 
 int ITNSenseController::getDNStatusFromSensor(int& status) {
@@ -291,7 +291,7 @@ int ITNSenseController::stopSwitchThread() {
 // Automatic: night as soon as the input says so, day once it has said so for
 // the switch delay (the base's rule). A wrong setup is reported once.
 int ITNSenseController::switchThreadBody() {
-    const int setup = m_nDayNightSetup;
+    const int setup = dayNightSetup();
     int status = -1;
     switch (setup) {
     case 0:

@@ -75,8 +75,6 @@ public:
     int setParameterToSensor(int id, int value) override;
     int getParameterFromSensor(int id, int& value) override;
     int getMirrorValue(int& value) override;
-    // The mode for the switching thread as well as the base's record.
-    int setDayNightMode(int mode) override;
     // The GPIO level as day (1) or night (0).
     int getDNStatusFromSensor(int& status) override;
     int getDayNightState(int& state) override;
@@ -106,12 +104,13 @@ private:
     // Puts the picture into `status` (1 day, 0 night) through the base's
     // enterDayMode/enterNightMode, and records the mode carried out.
     int applyDayNight(int status);
+    // The day/night mode the host chose (the base's record), for the thread.
+    int dayNightSetup();
 
     KVMutex m_objSendMutex;
     ItnProtocol m_objProtocol;
     RegisterSettings m_objSettings;
     std::unique_ptr<GThread> m_pSwitchThread;
-    std::atomic<int> m_nDayNightSetup{0};
     std::atomic<int> m_nReportedSetup{-1}; // a wrong setup is logged once
     // The day/night input: group, pin, the level that means day.
     std::atomic<int> m_nGpioGroup{0};
