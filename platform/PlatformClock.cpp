@@ -54,6 +54,7 @@ void reanchor(ClockState& s) {
 }
 
 thread_local StopToken* t_token = nullptr;
+thread_local double t_dSlept = 0.0; // device seconds asked of sleepFor on this thread
 
 } // namespace
 
@@ -106,11 +107,16 @@ double monotonicSeconds() {
 bool sleepFor(Duration d) {
     if (d.count() < 0)
         d = Duration(0);
+    t_dSlept += d.count();
     const auto real = std::chrono::duration_cast<std::chrono::nanoseconds>(d * timeScale());
     if (t_token != nullptr)
         return t_token->waitFor(real);
     std::this_thread::sleep_for(real);
     return true;
+}
+
+double threadSleptSeconds() {
+    return t_dSlept;
 }
 
 StopToken::StopToken() : m_nWakeFd(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {}

@@ -32,6 +32,9 @@ double monotonicSeconds();
 // Waits the given device time. On a thread that carries a stop token (a
 // platform thread), returns early, with false, once the token is stopped.
 bool sleepFor(Duration d);
+// Device seconds the calling thread has asked sleepFor() for, in all: the
+// pauses a protocol mandates, as a benchmark tells them from the rest.
+double threadSleptSeconds();
 
 // Stop token of a platform thread: waits made on the thread observe it,
 // sleeps through waitFor() and descriptor waits (poll) through wakeFd().

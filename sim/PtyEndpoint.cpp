@@ -1,6 +1,7 @@
 // Master side of a pseudo-terminal on which a simulated camera module answers.
 #include "sim/PtyEndpoint.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -86,11 +87,13 @@ void PtyEndpoint::close() {
     m_strSlave.clear();
 }
 
-int PtyEndpoint::read(uint8_t* buf, int len, int timeoutMs) {
+int PtyEndpoint::read(uint8_t* buf, int len, std::chrono::microseconds timeout) {
     if (m_nMaster < 0 || buf == nullptr || len <= 0)
         return -1;
     pollfd pfd{m_nMaster, POLLIN, 0};
-    const int r = ::poll(&pfd, 1, timeoutMs < 0 ? 0 : timeoutMs);
+    const long long us = std::max<long long>(0, timeout.count());
+    const timespec wait{static_cast<time_t>(us / 1000000), static_cast<long>(us % 1000000) * 1000};
+    const int r = ::ppoll(&pfd, 1, &wait, nullptr);
     if (r <= 0)
         return r < 0 && errno != EINTR ? -1 : 0;
     if ((pfd.revents & POLLIN) == 0)

@@ -1,6 +1,7 @@
 // Master side of a pseudo-terminal on which a simulated camera module answers.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -22,9 +23,9 @@ public:
     bool isOpen() const { return m_nMaster >= 0; }
     const std::string& slavePath() const { return m_strSlave; }
 
-    // Waits up to timeoutMs real milliseconds for input; returns the count
-    // read, 0 when nothing came, -1 on error.
-    int read(uint8_t* buf, int len, int timeoutMs);
+    // Waits up to `timeout` (real time) for input; returns the count read,
+    // 0 when nothing came, -1 on error.
+    int read(uint8_t* buf, int len, std::chrono::microseconds timeout);
     // Writes what the line takes within a short bound; returns bytes written.
     int write(const uint8_t* buf, int len);
 

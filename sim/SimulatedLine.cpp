@@ -9,8 +9,7 @@
 namespace {
 
 // Longest real wait of the reader between looks at its queue and stop flag.
-constexpr int kPollMs = 5;
-constexpr int kQuietPollMs = 1;
+constexpr double kPollSeconds = 0.005;
 
 double realNow() {
     using namespace std::chrono;
@@ -34,6 +33,7 @@ bool SimulatedLine<Frame>::start(int baud, Module module) {
     if (!m_pty.open(baud))
         return false;
     m_thread = std::thread(&SimulatedLine::run, this);
+    m_reader = m_thread.native_handle();
     m_bRunning = true;
     return true;
 }
@@ -49,29 +49,34 @@ void SimulatedLine<Frame>::stop() {
 
 template <class Frame>
 void SimulatedLine<Frame>::run() {
+    usePreciseTimers();
     uint8_t buf[256];
     while (!m_bStop) {
-        int waitMs = kPollMs;
+        double wait = kPollSeconds;
         {
             std::lock_guard<std::mutex> lock(m_mutex);
             if (!m_partial.empty())
-                waitMs = kQuietPollMs;
+                wait = std::min(wait, std::max(m_dPartialAt + quietSeconds() - realNow(), 0.0));
             if (!m_queue.empty()) {
                 const double left = (m_queue.front().due - PlatformClock::monotonicSeconds()) *
                                     PlatformClock::timeScale();
-                waitMs = std::clamp(static_cast<int>(left * 1000.0), 0, waitMs);
+                wait = std::clamp(left, 0.0, wait);
             }
         }
-        const int n = m_pty.read(buf, static_cast<int>(sizeof(buf)), waitMs);
+        const int n = m_pty.read(buf, static_cast<int>(sizeof(buf)), toMicroseconds(wait));
         std::vector<Frame> out;
         {
             std::lock_guard<std::mutex> lock(m_mutex);
             const double now = PlatformClock::monotonicSeconds();
             for (int i = 0; i < n; ++i)
-                m_module.feed(buf[i], now);
-            if (!m_partial.empty() && realNow() - m_dPartialAt >= m_dQuietRealSeconds)
-                m_module.endQuiet(now);
+                m_module.feed(buf[i], m_wire.arrive(now));
+            // A paced frame's last byte is in only when the wire has carried it.
+            if (n > 0 && m_wire.isOn())
+                m_dPartialAt = realNow() + (m_wire.inFree() - now) * PlatformClock::timeScale();
+            if (!m_partial.empty() && realNow() - m_dPartialAt >= quietSeconds())
+                m_module.endQuiet(std::max(now, m_wire.inFree()));
             while (!m_queue.empty() && m_queue.front().due <= now) {
+                m_wire.countOut(m_queue.front().bytes.size());
                 out.push_back(std::move(m_queue.front().bytes));
                 m_queue.pop_front();
             }
@@ -80,6 +85,14 @@ void SimulatedLine<Frame>::run() {
             m_pty.write(reinterpret_cast<const uint8_t*>(chunk.data()),
                         static_cast<int>(chunk.size()));
     }
+}
+
+// Unpaced, the family's own quiet; paced, two byte times of silence, as a
+// UART's idle detection would take it.
+template <class Frame>
+double SimulatedLine<Frame>::quietSeconds() const {
+    return m_wire.isOn() ? 2.0 * m_wire.byteSeconds() * PlatformClock::timeScale()
+                         : m_dQuietRealSeconds;
 }
 
 template <class Frame>
@@ -101,6 +114,7 @@ void SimulatedLine<Frame>::answer(Frame bytes, double now) {
     if (m_module.bend)
         m_module.bend(bytes);
     double due = m_faults.bendAnswer(bytes, now);
+    due = m_wire.depart(due, bytes.size());
     if (!m_queue.empty())
         due = std::max(due, m_queue.back().due);
     if (!bytes.empty())
@@ -177,6 +191,35 @@ template <class Frame>
 void SimulatedLine<Frame>::clearFaults() {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_faults.clear();
+}
+
+template <class Frame>
+void SimulatedLine<Frame>::setPacing(int baud) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_wire.setBaud(baud);
+}
+
+template <class Frame>
+std::uint64_t SimulatedLine<Frame>::bytesIn() const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_wire.bytesIn();
+}
+
+template <class Frame>
+std::uint64_t SimulatedLine<Frame>::bytesOut() const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_wire.bytesOut();
+}
+
+template <class Frame>
+void SimulatedLine<Frame>::resetByteCounts() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_wire.resetCounts();
+}
+
+template <class Frame>
+double SimulatedLine<Frame>::readerCpuSeconds() const {
+    return m_bRunning ? threadCpuSeconds(m_reader) : 0.0;
 }
 
 // The two frame kinds the simulated modules use.

@@ -3,6 +3,7 @@
 
 #include "sim/PtyEndpoint.h"
 #include "sim/ViscaFaults.h"
+#include "sim/WirePacing.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -59,6 +60,15 @@ public:
     void setGarbage(const Frame& bytes, int frames = kForever);
     void clearFaults();
 
+    // Plays the line at `baud` (0: as fast as the pty goes), and the bytes
+    // that crossed it each way since the last reset.
+    void setPacing(int baud);
+    std::uint64_t bytesIn() const;
+    std::uint64_t bytesOut() const;
+    void resetByteCounts();
+    // Processor time the line's reader has used (seconds).
+    double readerCpuSeconds() const;
+
 protected:
     // quietRealSeconds: how long without a byte ends a pending frame.
     explicit SimulatedLine(double quietRealSeconds);
@@ -98,6 +108,8 @@ private:
     };
 
     void run();
+    // Real seconds without a byte that end a pending frame.
+    double quietSeconds() const;
 
     const double m_dQuietRealSeconds;
     Module m_module;
@@ -106,8 +118,10 @@ private:
     mutable std::condition_variable m_cond;
     std::vector<Frame> m_vecFrames;
     std::deque<Chunk> m_queue;
-    double m_dPartialAt = 0.0; // real seconds of m_partial's last byte
+    WirePacing m_wire;
+    double m_dPartialAt = 0.0; // real seconds of m_partial's last byte (paced: when it is in)
     std::atomic<bool> m_bStop{false};
     bool m_bRunning = false;
     std::thread m_thread;
+    pthread_t m_reader{};
 };

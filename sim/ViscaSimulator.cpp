@@ -22,7 +22,7 @@ constexpr uint8_t kIrCutDay = 2;
 // A partial frame older than this (real seconds) is line noise and dropped.
 constexpr double kStaleRealSeconds = 0.2;
 // Longest real wait of the reader between looks at its queue and stop flag.
-constexpr int kPollMs = 5;
+constexpr double kPollSeconds = 0.005;
 const int kBauds[] = {9600, 19200, 38400, 115200};
 
 double realNow() {
@@ -49,6 +49,7 @@ ViscaSimulator::ViscaSimulator(const Options& options)
     if (!m_pty.open(baudOfIndex(m_registers.activeBaudIndex())))
         return;
     m_thread = std::thread(&ViscaSimulator::run, this);
+    m_reader = m_thread.native_handle();
     m_bRunning = true;
 }
 
@@ -65,25 +66,30 @@ int ViscaSimulator::baudOfIndex(int index) {
 // ---- reader thread -------------------------------------------------------
 
 void ViscaSimulator::run() {
+    usePreciseTimers();
     uint8_t buf[256];
     while (!m_bStop) {
-        int waitMs = kPollMs;
+        double wait = kPollSeconds;
         {
             std::lock_guard<std::mutex> lock(m_mutex);
             if (!m_queue.empty()) {
                 const double left = (m_queue.front().due - PlatformClock::monotonicSeconds()) *
                                     PlatformClock::timeScale();
-                waitMs = std::clamp(static_cast<int>(left * 1000.0), 0, kPollMs);
+                wait = std::clamp(left, 0.0, kPollSeconds);
             }
         }
-        const int n = m_pty.read(buf, static_cast<int>(sizeof(buf)), waitMs);
+        const int n = m_pty.read(buf, static_cast<int>(sizeof(buf)), toMicroseconds(wait));
         std::vector<Bytes> out;
         {
             std::lock_guard<std::mutex> lock(m_mutex);
             const double now = PlatformClock::monotonicSeconds();
             checkRestart(now);
+            // Paced, the wire runs at the module's speed of the moment.
+            const int baud = m_bPacing ? baudOfIndex(m_registers.activeBaudIndex()) : 0;
+            if (baud != m_wire.baud())
+                m_wire.setBaud(baud);
             for (int i = 0; i < n; ++i)
-                feed(buf[i], now);
+                feed(buf[i], m_wire.arrive(now));
             out = takeDue(now);
         }
         for (const Bytes& chunk : out)
@@ -94,6 +100,7 @@ void ViscaSimulator::run() {
 std::vector<ViscaSimulator::Bytes> ViscaSimulator::takeDue(double now) {
     std::vector<Bytes> out;
     while (!m_queue.empty() && m_queue.front().due <= now) {
+        m_wire.countOut(m_queue.front().bytes.size());
         out.push_back(std::move(m_queue.front().bytes));
         m_queue.pop_front();
     }
@@ -327,12 +334,9 @@ void ViscaSimulator::answer(Bytes bytes, double now) {
         m_queue.push_back({due, std::move(bytes)});
         return;
     }
-    // Ten bits a byte on the wire at the module's speed.
-    const double perByte = 10.0 / baudOfIndex(m_registers.activeBaudIndex());
-    for (uint8_t b : bytes) {
-        m_queue.push_back({due, Bytes{b}});
-        due += perByte;
-    }
+    // Byte by byte, each when its last bit is out at the module's speed.
+    for (uint8_t b : bytes)
+        m_queue.push_back({m_wire.depart(due, 1), Bytes{b}});
 }
 
 // ---- test-side accessors -------------------------------------------------
@@ -429,6 +433,25 @@ void ViscaSimulator::setVersion(int major, int minor, int patch) {
 void ViscaSimulator::setPacing(bool on) {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_bPacing = on;
+}
+
+std::uint64_t ViscaSimulator::bytesIn() const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_wire.bytesIn();
+}
+
+std::uint64_t ViscaSimulator::bytesOut() const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_wire.bytesOut();
+}
+
+void ViscaSimulator::resetByteCounts() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_wire.resetCounts();
+}
+
+double ViscaSimulator::readerCpuSeconds() const {
+    return m_bRunning ? threadCpuSeconds(m_reader) : 0.0;
 }
 
 void ViscaSimulator::setSceneDark(bool dark) {

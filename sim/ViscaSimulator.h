@@ -5,6 +5,7 @@
 #include "sim/ViscaFaults.h"
 #include "sim/ViscaModels.h"
 #include "sim/ViscaRegisters.h"
+#include "sim/WirePacing.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -42,7 +43,7 @@ public:
         const ViscaModel* model = nullptr;
         int videoFormat = -1;         // value of register 24 72 (-1: the model's)
         double restartSeconds = 20.0; // silence after a restart frame
-        bool pacing = false;          // send answers at the module's speed
+        bool pacing = false;          // play the wire at the module's speed
     };
 
     ViscaSimulator();
@@ -82,7 +83,15 @@ public:
     bool isRestarting() const;
     int restartCount() const;
     void setVersion(int major, int minor, int patch);
+    // Paced, a frame is taken only when the wire at the module's speed has
+    // carried it, and answers go out byte by byte at that speed.
     void setPacing(bool on);
+    // Bytes that crossed the line each way since the last reset.
+    std::uint64_t bytesIn() const;
+    std::uint64_t bytesOut() const;
+    void resetByteCounts();
+    // Processor time the simulator's reader has used (seconds).
+    double readerCpuSeconds() const;
     // Scene light for an IR-cut filter in automatic (default: day).
     void setSceneDark(bool dark);
 
@@ -142,7 +151,9 @@ private:
     bool m_bIrCutAuto = true;
     bool m_bSceneDark = false;
     bool m_bPacing;
+    WirePacing m_wire;
     std::atomic<bool> m_bStop{false};
     bool m_bRunning = false;
     std::thread m_thread;
+    pthread_t m_reader{};
 };

@@ -79,8 +79,7 @@ Session::Session(const Options& options)
 
 Session::~Session() {
     // The controller (and its threads) go first, then what it used.
-    m_pManager.reset();
-    m_pDriver.reset();
+    release();
     m_pSim.reset();
     m_pAsciiSim.reset();
     m_pBinarySim.reset();
@@ -297,9 +296,18 @@ void Session::settleScheme() {
     }
 }
 
+void Session::release() {
+    m_bInitialised = false;
+    m_pManager.reset();
+    m_pDriver.reset();
+    m_pGpio = nullptr; // went with the controller
+    // A --driver class's next init builds a new controller.
+    m_bDriverUsed = true;
+}
+
 SafePointer<ISensorController> Session::controller() {
     if (m_pDriverClass != nullptr && m_bDriverUsed)
-        return *m_pDriver;
+        return m_pDriver ? *m_pDriver : SafePointer<ISensorController>();
     if (!m_pManager)
         return SafePointer<ISensorController>();
     return m_pManager->getSensorController();

@@ -40,6 +40,9 @@ public:
     // row) then builds a new controller.
     bool init(std::string& error);
     bool isInitialised() const { return m_bInitialised; }
+    // Ends the controller and its threads, as the application does when it
+    // stops; init() brings up a new one.
+    void release();
 
     SafePointer<ISensorController> controller();
     const ModuleConfigure& module() const { return m_objModule; }
