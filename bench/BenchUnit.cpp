@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
+#include <filesystem>
 #include <sys/resource.h>
 
 namespace {
@@ -20,8 +22,24 @@ std::string atBaud(std::string parameters, int baud) {
     return parameters;
 }
 
-Options unitOptions(const std::string& driverClass, int baud) {
+// The sample unit's files (examples/rootfs) in a new temporary directory:
+// the zoom dome runs with its parameter, ZMA and IR power files, as the demo
+// does. "" when it could not be made.
+std::string sampleRoot() {
+    namespace fs = std::filesystem;
+    std::string pattern = (fs::temp_directory_path() / "kvbench.XXXXXX").string();
+    if (::mkdtemp(pattern.data()) == nullptr)
+        return "";
+    std::error_code error;
+    fs::copy(fs::path(KV_SOURCE_DIR) / "examples" / "rootfs", pattern, fs::copy_options::recursive,
+             error);
+    return pattern;
+}
+
+Options unitOptions(const std::string& driverClass, int baud, const std::string& root) {
     Options options;
+    options.root = root;
+    options.rootGiven = !root.empty();
     options.simulate = true;
     options.timeScale = 1.0;
     options.driver = driverClass;
@@ -34,9 +52,16 @@ Options unitOptions(const std::string& driverClass, int baud) {
 } // namespace
 
 BenchUnit::BenchUnit(const std::string& driverClass, int baud, bool paced)
-    : m_session(unitOptions(driverClass, baud)), m_nBaud(baud), m_bPaced(paced) {}
+    : m_strRoot(driverClass.empty() ? sampleRoot() : ""),
+      m_session(unitOptions(driverClass, baud, m_strRoot)), m_nBaud(baud), m_bPaced(paced) {}
 
-BenchUnit::~BenchUnit() = default;
+BenchUnit::~BenchUnit() {
+    m_session.release();
+    if (!m_strRoot.empty()) {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_strRoot, ignored);
+    }
+}
 
 bool BenchUnit::prepare(std::string& error) {
     if (!m_session.prepare(error))
@@ -80,6 +105,14 @@ bool BenchUnit::prepare(std::string& error) {
 
 bool BenchUnit::start(std::string& error) {
     return m_session.init(error);
+}
+
+bool BenchUnit::startFor(benchmark::State& state) {
+    std::string error;
+    if (prepare(error) && start(error))
+        return true;
+    state.SkipWithError(error.c_str());
+    return false;
 }
 
 ISensorController& BenchUnit::controller() {

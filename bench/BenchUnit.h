@@ -3,6 +3,8 @@
 
 #include "tools/Session.h"
 
+#include <benchmark/benchmark.h>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -10,7 +12,8 @@
 #include <vector>
 
 // The controller of a driver class (or, with an empty class name, of the
-// sample unit's zoom dome through the manager) started at real time on its
+// sample unit's zoom dome through the manager, in a copy of the sample
+// unit's files) started at real time on its
 // module's simulator, the line at `baud`. Paced, the simulator plays the
 // wire at that speed, so that a call's wall time can be set against the wire
 // time of the bytes it moved; unpaced, the pty answers at once and what is
@@ -26,6 +29,8 @@ public:
     // false with `error`.
     bool prepare(std::string& error);
     bool start(std::string& error);
+    // Both, for a benchmark: false after marking `state` skipped with the reason.
+    bool startFor(benchmark::State& state);
     void release() { m_session.release(); }
 
     ISensorController& controller();
@@ -67,6 +72,7 @@ private:
         std::function<void(bool)> silence;
     };
 
+    std::string m_strRoot; // the sample unit's copy, removed at the end ("" none)
     Session m_session;
     Line m_line;
     std::string m_strDevice;

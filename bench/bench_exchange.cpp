@@ -49,11 +49,8 @@ PauseCost pauseCost(double seconds) {
 
 void SingleExchange(benchmark::State& state, const Family* family, const Exchange* exchange) {
     BenchUnit unit(family->driverClass, kBaud, false);
-    std::string error;
-    if (!unit.prepare(error) || !unit.start(error)) {
-        state.SkipWithError(error.c_str());
+    if (!unit.startFor(state))
         return;
-    }
     ISensorController& controller = unit.controller();
     // On time: the call's time and the pause it made and, from one clean
     // sample, the request and answer for the bare exchange.

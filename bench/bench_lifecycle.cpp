@@ -74,11 +74,8 @@ void Release(benchmark::State& state, bool silent) {
     double longest = 0.0;
     for (auto _ : state) {
         BenchUnit unit("", 9600, false);
-        std::string error;
-        if (!unit.prepare(error) || !unit.start(error)) {
-            state.SkipWithError(error.c_str());
+        if (!unit.startFor(state))
             return;
-        }
         // Into the threads' passes; silent, their exchanges wait for answers.
         sleepReal(1.2);
         unit.setSilence(silent);
@@ -101,11 +98,8 @@ BENCHMARK_CAPTURE(Release, silent, true)->Iterations(5)->Unit(benchmark::kMillis
 void Idle(benchmark::State& state, bool night) {
     constexpr double kSeconds = 10.0;
     BenchUnit unit("", 9600, false);
-    std::string error;
-    if (!unit.prepare(error) || !unit.start(error)) {
-        state.SkipWithError(error.c_str());
+    if (!unit.startFor(state))
         return;
-    }
     if (night && unit.controller().setParameter(22, kNightMode) != 1) {
         state.SkipWithError("the controller did not take night mode");
         return;

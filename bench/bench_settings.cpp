@@ -33,11 +33,8 @@ int idCount(const std::string& text) {
 // changed, send nothing and return at once.
 void UnchangedSet(benchmark::State& state) {
     BenchUnit unit("", 9600, false);
-    std::string error;
-    if (!unit.prepare(error) || !unit.start(error)) {
-        state.SkipWithError(error.c_str());
+    if (!unit.startFor(state))
         return;
-    }
     ISensorController& controller = unit.controller();
     std::string all;
     controller.getAllParameters(all);
@@ -64,11 +61,8 @@ BENCHMARK(UnchangedSet)->Iterations(20000)->Unit(benchmark::kMicrosecond);
 // time (the pty's and the simulator's wake-ups, which a UART does not have).
 void ChangedSet(benchmark::State& state, const Family* family, int baud) {
     BenchUnit unit(family->driverClass, baud, true);
-    std::string error;
-    if (!unit.prepare(error) || !unit.start(error)) {
-        state.SkipWithError(error.c_str());
+    if (!unit.startFor(state))
         return;
-    }
     ISensorController& controller = unit.controller();
     std::string texts[2];
     int ids = 0;

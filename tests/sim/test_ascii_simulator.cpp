@@ -1,5 +1,6 @@
 // Tests of the simulated ASCII register module, driven from a client on its pty.
 // labels: threaded
+#include "platform/PlatformClock.h"
 #include "platform/TermiosUARTController.h"
 #include "sim/AsciiSimulator.h"
 #include "support/TestRoot.h"
@@ -63,4 +64,19 @@ TEST_F(AsciiSimulatorTest, LateAnswerKeepsTheOrder) {
     EXPECT_EQ(read(8, 5), "") << "not within half a second";
     send(":RFF4A00");
     EXPECT_EQ(read(16, 20), ":WFF4A01:RFF4A01");
+}
+
+// Paced, a frame without terminator ends after two byte times of quiet once
+// its last byte is in, and its echo comes after both frames' wire time.
+TEST_F(AsciiSimulatorTest, PacedFramesEndWhenTheWireFallsQuiet) {
+    sim.setPacing(9600);
+    const double byte = 10.0 / 9600;
+    for (const std::string frame : {":WFF4A01", ":RFF4A00"}) {
+        const double start = PlatformClock::monotonicSeconds();
+        send(frame);
+        EXPECT_EQ(read(8), frame == ":WFF4A01" ? frame : ":RFF4A01");
+        EXPECT_GE(PlatformClock::monotonicSeconds() - start, (8 + 2 + 8) * byte) << frame;
+    }
+    EXPECT_EQ(sim.bytesIn(), 16u);
+    EXPECT_EQ(sim.bytesOut(), 16u);
 }

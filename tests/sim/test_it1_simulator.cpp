@@ -1,5 +1,6 @@
 // Tests of the simulated IT1 register module, driven from a client on its pty.
 // labels: threaded
+#include "platform/PlatformClock.h"
 #include "platform/TermiosUARTController.h"
 #include "sim/It1Simulator.h"
 #include "support/TestRoot.h"
@@ -126,6 +127,27 @@ TEST_P(It1SimulatorTest, WrongChecksumAndOverlongCount) {
     sim.setOverlongCount(1);
     EXPECT_EQ(exchange(read, 6), (Bytes{0xFF, 0x01, 0x03, 0x01, 0x32, 0x3D}));
     EXPECT_EQ(exchange(read, 6), summed({0x06, 0x01, 0x03, 0x01, 0x32}));
+}
+
+// Paced, an exchange takes at least the wire time of its bytes both ways at
+// the line's speed (device time), and the bytes are counted each way, paced
+// or not.
+TEST_P(It1SimulatorTest, PacedLineTakesTheWireTimeAndCountsTheBytes) {
+    const Bytes read = summed({0x08, 0x01, 0x05, 0x01, 0x0A, 0x03, 0x01});
+    const Bytes brightness = summed({0x06, 0x01, 0x03, 0x01, 0x32});
+    const double wire = (read.size() + brightness.size()) * 10.0 / 9600;
+    sim.setPacing(9600);
+    for (int i = 0; i < 2; ++i) {
+        const double start = PlatformClock::monotonicSeconds();
+        EXPECT_EQ(exchange(read, brightness.size()), brightness);
+        EXPECT_GE(PlatformClock::monotonicSeconds() - start, wire);
+    }
+    EXPECT_EQ(sim.bytesIn(), 2 * read.size());
+    EXPECT_EQ(sim.bytesOut(), 2 * brightness.size());
+    sim.setPacing(0);
+    sim.resetByteCounts();
+    EXPECT_EQ(exchange(read, brightness.size()), brightness);
+    EXPECT_EQ(sim.bytesIn() + sim.bytesOut(), read.size() + brightness.size());
 }
 
 INSTANTIATE_TEST_SUITE_P(Models, It1SimulatorTest, ::testing::Values("it1", "zoom"));
