@@ -5,7 +5,9 @@ set -euo pipefail
 
 host_pkgs=(cmake make g++ pkg-config clang-format
            libtinyxml-dev libspdlog-dev libfmt-dev libcli11-dev
-           googletest libgtest-dev libgmock-dev libbenchmark-dev)
+           googletest libgtest-dev libgmock-dev libbenchmark-dev
+           libcpp-httplib-dev nlohmann-json3-dev
+           chromium chromium-driver python3-selenium)
 arm_pkgs=(g++-arm-linux-gnueabihf qemu-user
           libtinyxml-dev:armhf libspdlog-dev:armhf libfmt-dev:armhf libgtest-dev:armhf libgmock-dev:armhf)
 

@@ -18,6 +18,7 @@ public:
         Silence,         // the module neither acts on a frame nor answers it
         Late,            // answers come lateSeconds device seconds late
         ErrorReply,      // commands and inquiries get 90 6y 0z FF and are not executed
+        CommandRefusal,  // commands (not inquiries) get 90 60 41 FF: not executable now
         CompletionFirst, // a command's completion comes before its acknowledge
         WrongEcho,       // an echo frame comes back with one byte changed
         CutShort,        // only the first cutBytes bytes of an answer are sent

@@ -185,6 +185,10 @@ void ViscaSimulator::handleVisca(const Bytes& frame, double now) {
     }
     if (takeErrorReply(now))
         return;
+    if (type == 0x01 && m_faults.take(ViscaFaults::CommandRefusal)) {
+        answer({0x90, 0x60, 0x41, kEnd}, now);
+        return;
+    }
     if (type == 0x09) {
         Bytes data;
         if (!m_registers.inquire(body, now, data)) {
@@ -476,6 +480,11 @@ void ViscaSimulator::setErrorReply(int socket, int code, int frames) {
     m_faults.errorSocket = socket;
     m_faults.errorCode = code;
     m_faults.set(ViscaFaults::ErrorReply, frames);
+}
+
+void ViscaSimulator::setCommandRefusal(int frames) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_faults.set(ViscaFaults::CommandRefusal, frames);
 }
 
 void ViscaSimulator::setCompletionFirst(int frames) {

@@ -99,6 +99,8 @@ public:
     void setSilence(int frames = kForever);
     void setLateAnswer(double deviceSeconds, int frames = kForever);
     void setErrorReply(int socket, int code, int frames = kForever);
+    // Commands (81 01 ..) are refused as not executable; inquiries are answered.
+    void setCommandRefusal(int frames = kForever);
     void setCompletionFirst(int frames = kForever);
     void setWrongEcho(int frames = kForever);
     void setCutShort(int bytes, int frames = kForever);

@@ -28,13 +28,30 @@ bool Commands::run(const std::vector<std::string>& words) {
     // Commands that read only tables and files need no controller.
     if (!m_bInitTried && name != "init" && name != "quit" && name != "ids" && name != "ui") {
         // Reported only when it fails; the command then answers for itself.
-        execute(
-            "init", [this](std::string& text) { return ensureInit(text); }, true);
+        std::string line;
+        if (!perform(
+                "init", [this](std::string& text) { return ensureInit(text); }, line)) {
+            showFrames();
+            m_console.result(line);
+        }
     }
-    return execute(name, [this, &words](std::string& out) { return dispatch(words, out); });
+    std::string line;
+    const bool ok = evaluate(words, line);
+    showFrames();
+    m_console.result(line);
+    return ok;
 }
 
-bool Commands::execute(const std::string& label, const Action& action, bool quietOk) {
+bool Commands::evaluate(const std::vector<std::string>& words, std::string& line) {
+    if (words.empty()) {
+        line = "ok";
+        return true;
+    }
+    return perform(
+        words.front(), [this, &words](std::string& out) { return dispatch(words, out); }, line);
+}
+
+bool Commands::perform(const std::string& label, const Action& action, std::string& line) {
     m_console.mark();
     std::string out;
     std::packaged_task<bool()> task([&action, &out]() { return action(out); });
@@ -51,47 +68,23 @@ bool Commands::execute(const std::string& label, const Action& action, bool quie
         }
     }
     worker.join();
-    const bool ok = done.get();
-    showFrames();
-    if (ok) {
-        if (!quietOk)
-            m_console.result(out.empty() ? "ok" : out);
+    if (done.get()) {
+        line = out.empty() ? "ok" : out;
         return true;
     }
     const std::string detail = m_console.lastLibraryLine();
-    std::string line = "error: " + out;
+    line = "error: " + out;
     if (!detail.empty() && detail != out)
         line += " (" + detail + ")";
-    m_console.result(line);
     return false;
 }
 
 void Commands::showFrames() {
     if (!m_bVerbose)
         return;
-    // An ASCII register frame is printable as it came: "> :WFCC820".
-    if (AsciiSimulator* ascii = m_session.asciiSimulator()) {
-        const std::vector<std::string> frames = ascii->frames();
-        for (size_t i = m_nFramesShown; i < frames.size(); ++i)
-            m_console.result("> " + frames[i]);
-        m_nFramesShown = frames.size();
-        return;
-    }
-    // Binary frames in hex: "> 81 01 04 39 00 FF".
-    std::vector<std::vector<uint8_t>> frames;
-    if (ViscaSimulator* sim = m_session.simulator())
-        frames = sim->frames();
-    else if (BinarySimulator* binary = m_session.binarySimulator())
-        frames = binary->frames();
-    for (size_t i = m_nFramesShown; i < frames.size(); ++i) {
-        std::string line = ">";
-        char part[4];
-        for (uint8_t byte : frames[i]) {
-            std::snprintf(part, sizeof part, " %02X", static_cast<unsigned>(byte));
-            line += part;
-        }
-        m_console.result(line);
-    }
+    const std::vector<std::string> frames = m_session.moduleFrames();
+    for (size_t i = m_nFramesShown; i < frames.size(); ++i)
+        m_console.result("> " + frames[i]);
     m_nFramesShown = frames.size();
 }
 

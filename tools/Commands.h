@@ -24,13 +24,17 @@ public:
     // Runs one command; false when it failed. quitRequested() after "quit".
     bool run(const std::vector<std::string>& words);
     bool quitRequested() const { return m_bQuit; }
+    // Runs one command as run() does, without the implicit init and without
+    // printing: `line` is the result line run() would print.
+    bool evaluate(const std::vector<std::string>& words, std::string& line);
 
 private:
     using Action = std::function<bool(std::string&)>;
 
-    // Runs `action` (out: the result text on success, the reason on failure).
-    // `quietOk`: print nothing on success (the implicit init).
-    bool execute(const std::string& label, const Action& action, bool quietOk = false);
+    // Runs `action` (out: the result text on success, the reason on failure)
+    // and makes its result line: "ok", the text, or "error: " and the reason
+    // with the library's line about it.
+    bool perform(const std::string& label, const Action& action, std::string& line);
     bool dispatch(const std::vector<std::string>& words, std::string& out);
     bool ensureInit(std::string& out);
 

@@ -2,6 +2,7 @@
 #include "tools/Options.h"
 
 #include "tools/DriverClasses.h"
+#include "tools/WebServer.h"
 
 #include <CLI/CLI.hpp>
 
@@ -35,6 +36,8 @@ const char* const kFooter =
   ui common|language N   the web interface's texts of language N (1 if N has none)
   wait SECONDS           let the worker threads run (device seconds)
   quit                   stop reading commands
+  serve                  serve the settings page and its JSON API over HTTP on --listen until
+                         interrupted (see docs/web.md); the only command of its run
 Each command prints one result line: "ok", the values, or "error: " and the reason
 ("ids" prints one line per id, "ui" the whole text). Exit status: 0 all commands succeeded, 1 a command
 failed, 2 bad arguments.
@@ -51,6 +54,7 @@ record of the id it drives (or the class's sample record) and, with --simulate, 
 Examples:
   sensorctl --simulate --time-scale 0.01 -- set saturation=60 -- get saturation
   sensorctl --module 80 --simulate --time-scale 0.01 -- light 80 -- wait 7 -- dnstate
+  sensorctl --root /tmp/unit --simulate serve --listen 127.0.0.1:8080
   sensorctl --driver CMD8300SenseController --simulate --time-scale 0.01 -- set saturation=60 -- get saturation
   printf 'dump\ndnstate\n' | sensorctl --root /tmp/unit --device /dev/ttyUSB0)";
 
@@ -109,6 +113,14 @@ ParseResult parseOptions(int argc, char** argv, Options& options) {
                  "show the frames on the wire and the library's console lines");
     app.add_flag("--real-devices", options.realDevices,
                  "use the OS's PWM/ADC devices instead of simulated ones");
+    app.add_option("--listen", options.listen,
+                   "serve: the address and port of the settings page (default 127.0.0.1:8080; "
+                   "port 0 picks a free one)")
+        ->option_text("ADDR:PORT");
+    app.add_option("--password-file", options.passwordFile,
+                   "serve: a file whose first line is the page's password (needed to listen "
+                   "on an address other machines reach)")
+        ->option_text("FILE");
     app.add_option("command", words, "one command (more after \"--\")");
 
     try {
@@ -159,6 +171,33 @@ ParseResult parseOptions(int argc, char** argv, Options& options) {
         } else {
             group.emplace_back(argv[i]);
         }
+    }
+    bool serve = false;
+    for (const std::vector<std::string>& command : options.commands)
+        serve = serve || (!command.empty() && command.front() == "serve");
+    if (serve && (options.commands.size() != 1 || options.commands.front().size() != 1)) {
+        result.exitCode = 2;
+        result.message = "sensorctl: serve is the only command of its run and takes no words "
+                         "(its address is --listen)";
+        return result;
+    }
+    if (!serve && (app.count("--listen") > 0 || app.count("--password-file") > 0)) {
+        result.exitCode = 2;
+        result.message = "sensorctl: --listen and --password-file belong to the serve command";
+        return result;
+    }
+    std::string address;
+    int port = 0;
+    if (!parseListen(options.listen, address, port)) {
+        result.exitCode = 2;
+        result.message = "sensorctl: --listen is ADDR:PORT, e.g. 127.0.0.1:8080 or [::1]:8080";
+        return result;
+    }
+    if (!isLoopback(address) && options.passwordFile.empty()) {
+        result.exitCode = 2;
+        result.message = "sensorctl: serving on " + address +
+                         " lets other machines change the camera: give --password-file too";
+        return result;
     }
     result.run = true;
     return result;

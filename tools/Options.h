@@ -23,6 +23,10 @@ struct Options {
     double timeScale = 1.0;
     bool verbose = false;
     bool realDevices = false;
+    // serve: where the settings page listens, and the password file that a
+    // non-loopback address needs.
+    std::string listen = "127.0.0.1:8080";
+    std::string passwordFile;
     // Each command as its words, e.g. {"set", "saturation=60"}.
     std::vector<std::vector<std::string>> commands;
 };

@@ -16,6 +16,7 @@
 #include "tools/HostGpio.h"
 #include "tools/ParameterNames.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -303,6 +304,28 @@ void Session::release() {
     m_pGpio = nullptr; // went with the controller
     // A --driver class's next init builds a new controller.
     m_bDriverUsed = true;
+}
+
+std::vector<std::string> Session::moduleFrames() const {
+    if (m_pAsciiSim)
+        return m_pAsciiSim->frames();
+    std::vector<std::vector<uint8_t>> frames;
+    if (m_pSim)
+        frames = m_pSim->frames();
+    else if (m_pBinarySim)
+        frames = m_pBinarySim->frames();
+    std::vector<std::string> lines;
+    char part[4];
+    for (const std::vector<uint8_t>& frame : frames) {
+        std::string line;
+        for (uint8_t byte : frame) {
+            std::snprintf(part, sizeof part, "%s%02X", line.empty() ? "" : " ",
+                          static_cast<unsigned>(byte));
+            line += part;
+        }
+        lines.push_back(line);
+    }
+    return lines;
 }
 
 SafePointer<ISensorController> Session::controller() {

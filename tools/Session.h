@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 class HostGpio;
 
@@ -51,6 +52,10 @@ public:
     // The binary register module's simulator (IT1, ITN, ...).
     BinarySimulator* binarySimulator() { return m_pBinarySim.get(); }
     HostGpio* gpio() { return m_pGpio; }
+    // Every frame the simulated module received so far, as text: an ASCII
+    // frame as it came (":WFCC820"), a binary one in hex ("81 01 04 39 00 FF").
+    // Empty without a simulated module.
+    std::vector<std::string> moduleFrames() const;
     // Simulated devices (nullptr with --real-devices).
     SimulatedPwm* pwm(int bank) const; // 0 near, 1 middle, 2 far
     SimulatedAdc* adc() const { return m_pAdc.get(); }

@@ -3,6 +3,7 @@
 #include "tools/Console.h"
 #include "tools/Options.h"
 #include "tools/Session.h"
+#include "tools/WebServer.h"
 
 #include <cstdio>
 #include <iostream>
@@ -44,6 +45,8 @@ int main(int argc, char** argv) {
         return 1;
     }
     Commands commands(session, console, options.verbose);
+    if (options.commands.size() == 1 && options.commands.front().front() == "serve")
+        return serveWeb(session, console, commands, options);
     bool failed = false;
     if (!options.commands.empty()) {
         for (const std::vector<std::string>& words : options.commands) {

@@ -167,6 +167,12 @@ TEST_F(ViscaSimulatorTest, FaultModesSilenceOrDistortTheAnswers) {
     EXPECT_EQ((Bytes{0x90, 0x60, 0x02, 0xFF}),
               exchange({0x81, 0x01, 0x04, 0xA2, 0x00, 0x00, 0x00, 0x03, 0xFF}, 4));
     EXPECT_TRUE(sim.registerValue({0x04, 0xA2}).empty());
+    // A refusal of commands lets inquiries through and holds its count for the command.
+    sim.setCommandRefusal(1);
+    EXPECT_EQ(0x50, exchange({0x81, 0x09, 0x04, 0xA1, 0xFF}, 7).at(1));
+    EXPECT_EQ((Bytes{0x90, 0x60, 0x41, 0xFF}),
+              exchange({0x81, 0x01, 0x04, 0xA2, 0x00, 0x00, 0x00, 0x03, 0xFF}, 4));
+    EXPECT_TRUE(sim.registerValue({0x04, 0xA2}).empty());
     sim.setCompletionFirst(1);
     EXPECT_EQ((Bytes{0x90, 0x52, 0xFF, 0x90, 0x42, 0xFF}), exchange(kSaturation7, 6));
     EXPECT_EQ(kAck1Done1, exchange(kSaturation7, 6));

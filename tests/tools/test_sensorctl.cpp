@@ -175,12 +175,15 @@ TEST_F(SensorctlProcess, SetThenGetAgainstTheSimulatorSucceeds) {
 }
 
 TEST_F(SensorctlProcess, BadArgumentsGetOneLineAndStatusTwo) {
-    for (std::vector<std::string> args :
-         {std::vector<std::string>{"--no-such-option"},
-          {"--video-system", "7"},
-          {"--time-scale", "fast"},
-          {"--driver", "NoSuchController"},
-          {"--driver", "CMD8300SenseController", "--module", "25"}}) {
+    for (std::vector<std::string> args : {std::vector<std::string>{"--no-such-option"},
+                                          {"--video-system", "7"},
+                                          {"--time-scale", "fast"},
+                                          {"--driver", "NoSuchController"},
+                                          {"--driver", "CMD8300SenseController", "--module", "25"},
+                                          {"--listen", "127.0.0.1:0", "get", "saturation"},
+                                          {"--listen", "0.0.0.0:8080", "serve"},
+                                          {"--listen", "::1:8080", "serve"},
+                                          {"serve", "--", "get", "saturation"}}) {
         Result r = run(args, 20.0);
         EXPECT_EQ(r.status, 2) << args[0] << ": " << r.out << r.err;
         EXPECT_EQ(countLines(r.out + r.err), 1) << args[0] << ": " << r.out << r.err;
