@@ -140,22 +140,21 @@ bool WebBackend::change(const std::vector<std::pair<int, int>>& values, std::str
     return true;
 }
 
-bool WebBackend::flush(std::string& error) {
+bool WebBackend::command(const std::string& name, std::string& error) {
     std::string line;
-    if (!m_commands.evaluate({"flush"}, line)) {
+    if (!m_commands.evaluate({name}, line)) {
         error = withoutErrorPrefix(line);
         return false;
     }
     return true;
 }
 
+bool WebBackend::flush(std::string& error) {
+    return command("flush", error);
+}
+
 bool WebBackend::reset(std::string& error) {
-    std::string line;
-    if (!m_commands.evaluate({"reset"}, line)) {
-        error = withoutErrorPrefix(line);
-        return false;
-    }
-    return true;
+    return command("reset", error);
 }
 
 bool WebBackend::status(Status& status, std::string& error) {

@@ -36,6 +36,8 @@ public:
     bool simulatorRefuse(int frames) override;
 
 private:
+    // Runs the sensorctl command `name`; false with its reason.
+    bool command(const std::string& name, std::string& error);
     // The library's line about the failure since begin(), else `fallback`.
     std::string failure(const std::string& fallback);
     // Keeps the frames since the last look when there are any: those of the
