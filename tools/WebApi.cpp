@@ -157,7 +157,8 @@ WebResponse WebApi::route(const WebRequest& request) {
         WebResponse response;
         if (!get)
             return failure(405, "the page's files are read with GET");
-        if (!webAsset(path == "/" ? "index.html" : path.substr(1), response.body, response.type))
+        const std::string name = path.size() <= 1 ? "index.html" : path.substr(1);
+        if (!webAsset(name, response.body, response.type))
             return failure(404, "no such file: " + path);
         return response;
     }
