@@ -82,10 +82,10 @@ bool Commands::perform(const std::string& label, const Action& action, std::stri
 void Commands::showFrames() {
     if (!m_bVerbose)
         return;
-    const std::vector<std::string> frames = m_session.moduleFrames();
-    for (size_t i = m_nFramesShown; i < frames.size(); ++i)
-        m_console.result("> " + frames[i]);
-    m_nFramesShown = frames.size();
+    for (const std::string& frame : m_session.moduleFrames(m_nFramesShown)) {
+        m_console.result("> " + frame);
+        ++m_nFramesShown;
+    }
 }
 
 bool Commands::ensureInit(std::string& out) {

@@ -16,6 +16,7 @@
 #include "tools/HostGpio.h"
 #include "tools/ParameterNames.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -306,9 +307,11 @@ void Session::release() {
     m_bDriverUsed = true;
 }
 
-std::vector<std::string> Session::moduleFrames() const {
-    if (m_pAsciiSim)
-        return m_pAsciiSim->frames();
+std::vector<std::string> Session::moduleFrames(size_t from) const {
+    if (m_pAsciiSim) {
+        const std::vector<std::string> frames = m_pAsciiSim->frames();
+        return {frames.begin() + static_cast<long>(std::min(from, frames.size())), frames.end()};
+    }
     std::vector<std::vector<uint8_t>> frames;
     if (m_pSim)
         frames = m_pSim->frames();
@@ -316,9 +319,9 @@ std::vector<std::string> Session::moduleFrames() const {
         frames = m_pBinarySim->frames();
     std::vector<std::string> lines;
     char part[4];
-    for (const std::vector<uint8_t>& frame : frames) {
+    for (size_t i = from; i < frames.size(); ++i) {
         std::string line;
-        for (uint8_t byte : frame) {
+        for (uint8_t byte : frames[i]) {
             std::snprintf(part, sizeof part, "%s%02X", line.empty() ? "" : " ",
                           static_cast<unsigned>(byte));
             line += part;

@@ -52,10 +52,10 @@ public:
     // The binary register module's simulator (IT1, ITN, ...).
     BinarySimulator* binarySimulator() { return m_pBinarySim.get(); }
     HostGpio* gpio() { return m_pGpio; }
-    // Every frame the simulated module received so far, as text: an ASCII
-    // frame as it came (":WFCC820"), a binary one in hex ("81 01 04 39 00 FF").
-    // Empty without a simulated module.
-    std::vector<std::string> moduleFrames() const;
+    // The frames the simulated module received, from the `from`th on, as
+    // text: an ASCII frame as it came (":WFCC820"), a binary one in hex
+    // ("81 01 04 39 00 FF"). Empty without a simulated module.
+    std::vector<std::string> moduleFrames(size_t from = 0) const;
     // Simulated devices (nullptr with --real-devices).
     SimulatedPwm* pwm(int bank) const; // 0 near, 1 middle, 2 far
     SimulatedAdc* adc() const { return m_pAdc.get(); }

@@ -1,6 +1,7 @@
 // The settings page's HTTP requests, answered apart from any HTTP library.
 #include "tools/WebApi.h"
 
+#include "platform/SensorParameterParser.h"
 #include "tools/ParameterNames.h"
 #include "tools/WebAssets.h"
 
@@ -10,6 +11,7 @@
 #include <climits>
 #include <cstdio>
 #include <random>
+#include <set>
 
 using nlohmann::json;
 
@@ -315,11 +317,15 @@ WebResponse WebApi::getValues(const WebRequest& request) {
         return failure(500, "the unit's UI texts do not make a page: " + error);
     std::vector<int> ids;
     auto query = request.query.find("ids");
+    std::set<int> asked;
     if (query == request.query.end()) {
         ids = model->readableIds();
-    } else if (!WebPage::parseIds(query->second, ids) || ids.size() > m_settings.maxIds) {
+    } else if (SensorParameterParser::parseParameterIdList(query->second, asked) == 0 ||
+               asked.empty() || asked.size() > m_settings.maxIds) {
         return failure(400, "ids is a list of up to " + std::to_string(m_settings.maxIds) +
                                 " parameter ids: ids=1,2,3");
+    } else {
+        ids.assign(asked.begin(), asked.end());
     }
     for (int id : ids) {
         const WebPage::Control* control = model->find(id);

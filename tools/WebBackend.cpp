@@ -103,10 +103,11 @@ void WebBackend::begin() {
 }
 
 void WebBackend::collectFrames() {
-    const std::vector<std::string> all = m_session.moduleFrames();
-    if (all.size() > m_nFramesSeen)
-        m_vecLastFrames.assign(all.begin() + static_cast<long>(m_nFramesSeen), all.end());
-    m_nFramesSeen = all.size();
+    std::vector<std::string> fresh = m_session.moduleFrames(m_nFramesSeen);
+    if (!fresh.empty()) {
+        m_nFramesSeen += fresh.size();
+        m_vecLastFrames = std::move(fresh);
+    }
 }
 
 std::string WebBackend::failure(const std::string& fallback) {

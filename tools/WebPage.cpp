@@ -1,13 +1,14 @@
 // The settings page as the browser draws it, built from the unit's UI XML texts.
 #include "tools/WebPage.h"
 
+#include "platform/SensorParameterParser.h"
 #include "platform/XmlText.h"
 #include "tools/ParameterNames.h"
 
 #include <tinyxml.h>
 
 #include <algorithm>
-#include <cstring>
+#include <set>
 
 namespace {
 
@@ -25,19 +26,12 @@ std::string stringAttribute(const TiXmlElement& element, const char* name) {
 // "10=1,2" into id 10 and values {1, 2}.
 bool parseWhen(const std::string& text, int& id, std::vector<int>& values) {
     const size_t eq = text.find('=');
-    if (eq == std::string::npos || !parseInt(text.substr(0, eq), id))
+    std::set<int> list;
+    if (eq == std::string::npos || !parseInt(text.substr(0, eq), id) ||
+        SensorParameterParser::parseParameterIdList(text.substr(eq + 1), list) == 0 || list.empty())
         return false;
-    size_t at = eq + 1;
-    while (true) {
-        const size_t comma = text.find(',', at);
-        int value = 0;
-        if (!parseInt(text.substr(at, comma == std::string::npos ? comma : comma - at), value))
-            return false;
-        values.push_back(value);
-        if (comma == std::string::npos)
-            return true;
-        at = comma + 1;
-    }
+    values.assign(list.begin(), list.end());
+    return true;
 }
 
 // Parses `text` (an empty one gives no document); false on malformed XML.
@@ -114,8 +108,10 @@ bool WebPage::build(const std::string& style, const std::string& language,
         }
         // A malformed list loads nothing up front: the page reads as it goes.
         const TiXmlElement* load = root->FirstChildElement("load");
-        if (load == nullptr || !parseIds(stringAttribute(*load, "ids"), m_vecLoadIds))
-            m_vecLoadIds.clear();
+        std::set<int> ids;
+        if (load != nullptr &&
+            SensorParameterParser::parseParameterIdList(stringAttribute(*load, "ids"), ids) != 0)
+            m_vecLoadIds.assign(ids.begin(), ids.end());
     }
 
     TiXmlDocument styleDocument;
@@ -206,19 +202,6 @@ bool WebPage::build(const std::string& style, const std::string& language,
     if (m_vecTabs.empty()) {
         error = "the style text has no tabs";
         return false;
-    }
-    return true;
-}
-
-bool WebPage::parseIds(const std::string& text, std::vector<int>& ids) {
-    size_t at = 0;
-    while (at <= text.size()) {
-        const size_t comma = std::min(text.find(',', at), text.size());
-        int id = 0;
-        if (!parseInt(text.substr(at, comma - at), id))
-            return false;
-        ids.push_back(id);
-        at = comma + 1;
     }
     return true;
 }

@@ -75,10 +75,8 @@ public:
     const std::vector<Omitted>& omitted() const { return m_vecOmitted; }
     int openTab() const { return m_nOpenTab; }
     int refreshSeconds() const { return m_nRefreshSeconds; }
+    // Ids the page reads before it draws, in increasing order.
     const std::vector<int>& loadIds() const { return m_vecLoadIds; }
-
-    // "1,2,3" appended to `ids`; false when it is not such a list.
-    static bool parseIds(const std::string& text, std::vector<int>& ids);
 
     // The control of `id`, or nullptr when the page has none.
     const Control* find(int id) const;
